@@ -1,0 +1,172 @@
+// The force-field view of a molecule: building, merging and deriving its terms.
+#include "MolecularMechanicsTopology.h"
+
+#include <cstddef>
+#include <limits>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "Error.h"
+
+namespace orvane {
+
+namespace {
+
+// The bonded neighbours of every atom, in the order of the bonds, in one flat list.
+class Adjacency {
+ public:
+  Adjacency(std::size_t atoms, const TermList& bonds) : begins_(atoms + 1, 0) {
+    const std::vector<int>& ends = bonds.flat();
+    for (const int atom : ends) ++begins_[atom + 1];
+    for (std::size_t i = 1; i <= atoms; ++i) begins_[i] += begins_[i - 1];
+    neighbours_.resize(ends.size());
+    std::vector<std::size_t> next(begins_.begin(), begins_.end() - 1);
+    for (std::size_t i = 0; i < ends.size(); i += 2) {
+      neighbours_[next[ends[i]]++] = ends[i + 1];
+      neighbours_[next[ends[i + 1]]++] = ends[i];
+    }
+  }
+
+  std::span<const int> operator[](int atom) const {
+    return {neighbours_.data() + begins_[atom], begins_[atom + 1] - begins_[atom]};
+  }
+
+ private:
+  std::vector<std::size_t> begins_;
+  std::vector<int> neighbours_;
+};
+
+// Angles in the order of the bonds: those that a bond's second end continues behind the first, then
+// those behind the second. Each angle comes once, from the bond of its lower end atom, which is its
+// first.
+template <typename Visit>
+void ForEachAngle(const TermList& bonds, const Adjacency& adjacency, Visit visit) {
+  const std::vector<int>& ends = bonds.flat();
+  for (std::size_t bond = 0; bond < ends.size(); bond += 2) {
+    const int i = ends[bond];
+    const int j = ends[bond + 1];
+    for (const int k : adjacency[i]) {
+      if (k > j) visit(j, i, k);
+    }
+    for (const int k : adjacency[j]) {
+      if (k > i) visit(i, j, k);
+    }
+  }
+}
+
+// Dihedrals in the order of the angles: those that continue an angle in front, then those behind.
+// The two strict comparisons keep each path of four different atoms once and drop rings of three.
+template <typename Visit>
+void ForEachDihedral(const TermList& angles, const Adjacency& adjacency, Visit visit) {
+  const std::vector<int>& atoms = angles.flat();
+  for (std::size_t angle = 0; angle < atoms.size(); angle += 3) {
+    const int a = atoms[angle];
+    const int b = atoms[angle + 1];
+    const int c = atoms[angle + 2];
+    for (const int k : adjacency[a]) {
+      if (k != b && k < c) visit(k, a, b, c);
+    }
+    for (const int k : adjacency[c]) {
+      if (k != b && k < a) visit(a, b, c, k);
+    }
+  }
+}
+
+void EndIfTooMany(std::size_t count, const char* what) {
+  // Indices and counts are 32-bit numbers.
+  if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    RAVELO_FAIL("The topology would have too many %s: %d.", what, count);
+  }
+}
+
+// A bond to an atom that does not exist can come from a PSF file, whose reader does not compare.
+void EndIfBondLeavesAtoms(const TermList& bonds, std::size_t atoms) {
+  const std::vector<int>& ends = bonds.flat();
+  for (std::size_t i = 0; i < ends.size(); ++i) {
+    if (ends[i] < 0 || static_cast<std::size_t>(ends[i]) >= atoms) {
+      const std::size_t bond = i / 2 * 2;
+      RAVELO_FAIL("The bond %d-%d is wrong: there are atoms from 1 to %d only.", ends[bond] + 1,
+                  ends[bond + 1] + 1, atoms);
+    }
+  }
+}
+
+}  // namespace
+
+void MolecularMechanicsTopology::Build(const std::vector<Atom>& new_atoms,
+                                       const TermList& new_bonds, const TermList& new_impropers,
+                                       const TermList& new_cmaps) {
+  EndIfBondLeavesAtoms(new_bonds, new_atoms.size());
+  atoms = new_atoms;
+  bonds = new_bonds;
+  impropers = new_impropers;
+  cmaps = new_cmaps;
+  derived_lists_stale = true;
+}
+
+void MolecularMechanicsTopology::BuildAnglesAndDihedrals() {
+  derived_lists_stale = true;
+  DeriveAnglesAndDihedrals();
+}
+
+void MolecularMechanicsTopology::DeriveAnglesAndDihedrals() const {
+  if (!derived_lists_stale) return;
+  EndIfBondLeavesAtoms(bonds, atoms.size());
+  derived_lists_stale = false;
+  const Adjacency adjacency(atoms.size(), bonds);
+
+  std::size_t count = 0;
+  ForEachAngle(bonds, adjacency, [&](int, int, int) { ++count; });
+  EndIfTooMany(count, "angles");
+  angles.clear();
+  angles.reserve(count);
+  ForEachAngle(bonds, adjacency, [&](int a, int b, int c) { angles.push_back({a, b, c}); });
+
+  count = 0;
+  ForEachDihedral(angles, adjacency, [&](int, int, int, int) { ++count; });
+  EndIfTooMany(count, "dihedrals");
+  dihedrals.clear();
+  dihedrals.reserve(count);
+  ForEachDihedral(angles, adjacency, [&](int a, int b, int c, int d) {
+    dihedrals.push_back({a, b, c, d});
+  });
+}
+
+const TermList& MolecularMechanicsTopology::GetAngles() const {
+  DeriveAnglesAndDihedrals();
+  return angles;
+}
+
+const TermList& MolecularMechanicsTopology::GetDihedrals() const {
+  DeriveAnglesAndDihedrals();
+  return dihedrals;
+}
+
+void MolecularMechanicsTopology::Merge(const MolecularMechanicsTopology& other, int copies) {
+  derived_lists_stale = true;
+  if (copies < 1) return;
+  EndIfBondLeavesAtoms(other.bonds, other.atoms.size());
+  const std::size_t total = atoms.size() + other.atoms.size() * static_cast<std::size_t>(copies);
+  EndIfTooMany(total, "atoms");
+  const int first = static_cast<int>(atoms.size());
+  const int step = static_cast<int>(other.atoms.size());
+  for (int c = 0; c < copies; ++c) {
+    for (int i = 0; i < step; ++i) {
+      Atom& atom = atoms.emplace_back(other.atoms[i]);
+      if (copies != 1) atom.residue_sn = c % 9999 + 1;
+    }
+  }
+  // All copies of one list, then the next list.
+  for (int c = 0; c < copies; ++c) bonds.append_shifted(other.bonds, first + c * step);
+  for (int c = 0; c < copies; ++c) impropers.append_shifted(other.impropers, first + c * step);
+  for (int c = 0; c < copies; ++c) cmaps.append_shifted(other.cmaps, first + c * step);
+}
+
+double MolecularMechanicsTopology::GetTotalCharge() const {
+  double total = 0.0;
+  for (const Atom& atom : atoms) total += atom.charge;
+  return total;
+}
+
+}  // namespace orvane

@@ -1,0 +1,196 @@
+// The molecule in memory: atoms in file order, residues as runs of them, and their topology.
+#ifndef RAVELO_PDB_H
+#define RAVELO_PDB_H
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "MolecularMechanicsTopology.h"
+#include "Residue.h"
+#include "TopologyLibrary.h"
+#include "Vec3D.h"
+
+namespace orvane {
+
+/// A molecule. A residue has no object of its own: it is a row across six parallel tables, which
+/// `Analyze` derives from the atoms and which editing operations keep true. The atoms of a residue
+/// are a contiguous run, and the runs follow each other without gap.
+///
+/// The `tmp` lists and `topology` are two views of one thing. The lists hold what cannot be derived
+/// (atoms, bonds, impropers, cross-terms) and are what editing changes; `topology` is rebuilt from
+/// them whole.
+class PDB {
+ public:
+  struct Atom {
+    bool IsHetero = false;  ///< The record was HETATM.
+    int SN = 0;             ///< Serial number, as read; renumbered on output.
+    int ResSeq = 0;         ///< Residue sequence number.
+    Vec3D Coord;            ///< In Angstrom.
+    double Occupancy = 0.0;
+    double TempFactor = 0.0;  ///< Temperature factor.
+    std::string Name;
+    std::string AltLoc;  ///< Alternate location; nothing after the reader looks at it.
+    std::string ResName;
+    std::string ChainID;  ///< Never empty after `Regularize`.
+    std::string ICode;    ///< Insertion code.
+    std::string Element;
+    std::string Column77;  ///< Columns 77 and 78 of the line; carried along.
+    std::string Column79;  ///< Columns 79 and 80 of the line; carried along.
+  };
+
+  std::string filename;  ///< Source file; empty until `Load` has read it.
+  std::string description;
+  std::vector<Atom> atoms;  ///< In file order.
+  int numAtoms = 0;
+  std::vector<std::string> atomNames;  ///< The `Name` of each atom, for look-ups.
+  int numResidues = 0;
+  std::vector<Residue::Type> residueTypes;
+  std::vector<int> residueSeqs;
+  std::vector<std::string> residueChains;
+  std::vector<std::string> residueNames;
+  std::vector<int> residueFirstAtoms;  ///< Position of each residue's first atom.
+  std::vector<int> residueLastAtoms;   ///< Position of each residue's last atom, inclusive.
+  std::vector<MolecularMechanicsTopology::Atom> tmpAtoms;  ///< Parallel to `atoms`, or empty.
+  TermList tmpBonds{2};
+  TermList tmpImpropers{4};
+  TermList tmpCmaps{4};
+  MolecularMechanicsTopology topology;
+
+  // Accessors.
+
+  const std::string& GetFilename() const { return filename; }
+  const MolecularMechanicsTopology& GetTopology() const { return topology; }
+  const std::string& GetResidueName(int residue) const;
+  void GetCoords(std::vector<Vec3D>& coords) const;
+
+  /// A residue as messages name it, like "ALA12 at chain A"; empty for an index out of range.
+  std::string GetResidueString(int residue) const;
+
+  /// Finds the first residue at a site, its number and one letter of chain like "12A" (in either
+  /// case), and gives its index and name. `residue` is -1 if there is none and -2 for a malformed
+  /// site; `name` stays then.
+  void GetResidue(const std::string& site, int& residue, std::string& name) const;
+
+  /// Position of the first atom of this name in a residue, or -1; also for a residue out of range.
+  int GetAtomIndex(int residue, std::string_view name) const;
+
+  // Reading, normal form, output.
+
+  /// Reads a molecule by its extension (.pdb or .xyz), brings it to normal form and makes the
+  /// residue tables. Ends the run with a message where the file cannot be read.
+  void Load(const std::string& path);
+
+  /// Reads the ATOM and HETATM lines of a PDB file, of all models alike, into `atoms`. The element
+  /// is taken from columns 73 to 76.
+  void LoadPDBFile(const std::string& path);
+
+  /// Splits a PDB file at its ENDMDL lines: one text of upper-case atom lines for each model. A
+  /// last model without ENDMDL is dropped.
+  void LoadPDBFileExtractModels(const std::string& path, std::vector<std::string>& models) const;
+
+  /// Reads an XYZ file into `atoms`: all of them in one residue UNK 1 of chain X.
+  void LoadXYZFile(const std::string& path);
+
+  /// Brings names to the conventions of the topology files and drops atoms that those do not know,
+  /// with a warning for each change. Works on `atoms` alone.
+  void Regularize();
+
+  /// Makes the residue tables: a new residue wherever number or chain change from atom to atom.
+  void Analyze();
+
+  /// Numbers the atoms from 1 to 99999, and again from 1.
+  void RefreshAtomSNs();
+
+  /// Writes a PDB file; renumbers the atoms. Ends the run if it cannot be opened.
+  void WritePDB(const std::string& path);
+
+  /// Writes the PSF file of `topology`. Ends the run if it cannot be opened.
+  void WritePSF(const std::string& path) const;
+
+  /// Prints the numbers of atoms and of residues of each kind.
+  void Report() const;
+
+  // Topology.
+
+  /// Reads a PSF file into `topology` and the `tmp` lists. Whether it fits the atoms is not
+  /// checked.
+  void LoadPSFFile(const std::string& path);
+
+  /// Builds the topology of a complete molecule from its templates, which are matched by names of
+  /// residues and atoms. Ends the run where a residue, an atom or an atom of a term is unknown.
+  void BuildTopology(const TopologyLibrary& library);
+  void BuildTopologyAtoms(const TopologyLibrary& library,
+                          std::vector<MolecularMechanicsTopology::Atom>& topology_atoms) const;
+  void BuildTopologyTerms(const TopologyLibrary& library, TermList& bonds, TermList& impropers,
+                          TermList& cmaps) const;
+
+  /// Resolves a template's terms of `degrees` (2 or 4) atom names at a residue into `resolved`,
+  /// which is emptied before. Terms that reach beyond the first or the last residue of the molecule
+  /// are dropped; any other atom that is missing ends the run.
+  void BuildTopologyTerms(int residue, int degrees,
+                          const std::vector<std::vector<std::string>>& terms,
+                          TermList& resolved) const;
+
+  /// Adds a bond between two atoms and rebuilds the topology. Ends the run for a bad index.
+  void AddBond(int atom1, int atom2);
+
+  /// Takes over the names, numbers and segments of the topology into the atoms.
+  void ApplyTopology();
+
+  // Patching and completion.
+
+  /// Brings a residue in line with a template or a patch: deletes and adds atoms, places the new
+  /// ones and, with topology, updates atoms and terms. Costs a pass over the molecule; many
+  /// residues are patched in one pass by `ResidueEditor`.
+  void PatchResidue(int residue, const std::map<std::string, double>& masses,
+                    const TopologyLibrary::Residue& patch, bool with_topology);
+
+  /// The same without the last placement of new hydrogens and of atoms that could not be placed at
+  /// first, whose names are left in `to_place`.
+  void PatchResidueCore(int residue, const std::map<std::string, double>& masses,
+                        const TopologyLibrary::Residue& patch, bool with_topology,
+                        std::vector<std::string>& to_place);
+
+  /// Takes an atom out of the `tmp` lists, with all terms that hold it.
+  void ModifyTmpTopolUponDeletingAtom(int atom);
+
+  /// Makes room in the terms of the `tmp` lists for a new atom at a position.
+  void ModifyTmpTopolUponAddingAtom(int atom);
+
+  /// Gives a residue another name, in its atoms and in the topology, which must have been built.
+  void RenameResidue(int residue, const std::string& name);
+
+  /// Finds the first and last residues of the runs of amino acids, by kind alone. A run that only
+  /// the molecule's last residue forms has no end in `c_termini`; a residue of another kind at the
+  /// very end of the molecule, right behind a run, is in `c_termini` as well as the run's last one.
+  void GetTerminus(std::vector<int>& n_termini, std::vector<int>& c_termini) const;
+
+  /// Places an atom of a residue from the first term of a record that ends in it (or else,
+  /// reversed, begins with it). False if a reference atom was missing: `coord` then meets only
+  /// length and angle, or is (99, 99, 99). Ends the run if there is no term.
+  bool GuessCoord(int residue, const std::string& name, const TopologyLibrary::Residue& record,
+                  Vec3D& coord) const;
+
+  /// Completes all residues from their templates, in one pass over the molecule.
+  void AddMissingHydrogens(const TopologyLibrary& library);
+
+  // Merging.
+
+  /// Appends the atoms of another molecule, and its topology if wanted. The residue tables are left
+  /// as they are.
+  void MergePDB(const PDB& other, bool with_topology);
+
+  /// Completes a merge of copies whose atoms have been appended: numbers their residues and merges
+  /// their topology.
+  void MergePSF(const PDB& other, int copies);
+
+ private:
+  void CopyTopologyToTmp();
+  void WarnOfUnknownResidue(int residue) const;
+};
+
+}  // namespace orvane
+
+#endif

@@ -1,0 +1,91 @@
+// Patches residues of a molecule, as many as wanted in one pass over it.
+#ifndef RAVELO_RESIDUEEDITOR_H
+#define RAVELO_RESIDUEEDITOR_H
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "PDB.h"
+#include "TemplateTerms.h"
+
+namespace orvane {
+
+/// An open edit of a molecule. Each patch costs what its residue costs; `Commit` then brings the
+/// molecule's tables, lists and topology up to date in one pass over it. The result is that of
+/// inserting and erasing atom by atom and of rebuilding the topology after every patch.
+///
+/// Until `Commit`, the molecule must not be changed elsewhere and its tables show the state before
+/// the edit (the names, numbers and chains of its residues, which patches do not touch, hold all
+/// along).
+class ResidueEditor {
+ public:
+  /// With topology, the molecule's `tmp` lists are edited along with its atoms; `masses` gives
+  /// those of new atoms, by type.
+  ResidueEditor(PDB& molecule, const std::map<std::string, double>& masses, bool with_topology);
+
+  /// See `PDB::PatchResidue` and `PDB::PatchResidueCore`.
+  void PatchResidue(int residue, const TopologyLibrary::Residue& patch);
+  void PatchResidueCore(int residue, const TopologyLibrary::Residue& patch,
+                        std::vector<std::string>& to_place);
+
+  /// Carries the edit out; the editor is not to be used afterwards.
+  void Commit();
+
+ private:
+  // Atoms are called by numbers that no edit changes: those that the molecule had before by their
+  // position then, new ones by the numbers behind these.
+  class EditedAtoms final : public NamedAtoms {
+   public:
+    explicit EditedAtoms(const ResidueEditor& editor)
+        : NamedAtoms(editor.molecule_), editor_(editor) {}
+    Place Find(int residue, std::string_view name) const override;
+    int IndexAt(Place place) const override;
+    const Vec3D& CoordAt(Place place) const override;
+
+   private:
+    const ResidueEditor& editor_;
+  };
+
+  bool IsNew(int atom) const { return atom >= atoms_before_; }
+  const std::string& NameOf(int atom) const;
+  PDB::Atom& AtomAt(int atom);
+  const PDB::Atom& AtomAt(int atom) const;
+  MolecularMechanicsTopology::Atom& TopologyAtomAt(int atom);
+
+  int SizeOf(int residue) const;
+  int AtomInResidue(int residue, int position) const;
+  int PositionOf(int residue, std::string_view name) const;
+  std::vector<int>& Open(int residue);
+
+  void DeleteAtoms(int residue, const TopologyLibrary::Residue& patch);
+  void UpdateAtom(int atom, const TopologyLibrary::Residue& patch, std::size_t entry);
+  void AddAtom(int residue, const TopologyLibrary::Residue& patch, std::size_t entry,
+               std::vector<std::string>& to_place);
+
+  std::vector<int> CommitAtoms();
+  void CommitTerms(const std::vector<int>& new_positions, const TermList& added,
+                   TermList& terms) const;
+
+  PDB& molecule_;
+  const std::map<std::string, double>& masses_;
+  const bool with_topology_;
+  const int atoms_before_;
+  bool atoms_changed_ = false;
+  bool patched_ = false;
+
+  // The atoms, in order, of each residue whose atoms have changed; `edit_of_residue_` is -1 for
+  // others.
+  std::vector<int> edit_of_residue_;
+  std::vector<std::vector<int>> edited_residues_;
+  std::vector<PDB::Atom> new_atoms_;
+  std::vector<MolecularMechanicsTopology::Atom> new_topology_atoms_;
+  TermList new_bonds_{2};
+  TermList new_impropers_{4};
+  TermList new_cmaps_{4};
+};
+
+}  // namespace orvane
+
+#endif

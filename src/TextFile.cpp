@@ -1,0 +1,173 @@
+// Files as text: read whole, taken apart line by line, and written in large blocks.
+#include "TextFile.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+namespace orvane {
+
+namespace {
+
+constexpr std::size_t kBlockSize = std::size_t{1} << 20;
+
+// Longest text of a double with `%f` and at most nine decimals: sign, 309 digits, point, decimals.
+constexpr std::size_t kLongestFixed = 512;
+
+constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+
+// C strings end at their first NUL byte, and so do the texts that formatted output prints.
+std::string_view AsCString(std::string_view text) {
+  return text.substr(0, text.find('\0'));
+}
+
+// Writes the decimal digits of a number in front of `end` and returns where they begin.
+char* DigitsBackwards(std::uint64_t value, char* end) {
+  do {
+    *--end = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  return end;
+}
+
+// Formats a value of moderate size into `text` if the digits are certain: if the scaled value is
+// not so near to the middle between two results that the rounding of the product could decide.
+// Returns the number of characters, or 0.
+std::size_t FormatIfCertain(double value, int precision, char* text) {
+  constexpr double kLargest = 4e9;
+  constexpr double kMargin = 1e-5;  // far above the rounding error of the product, 4e9 * 2^-53
+  const double scaled = std::fabs(value) * kPowersOfTen[precision];
+  if (!(scaled < kLargest)) return 0;
+  std::uint64_t whole = static_cast<std::uint64_t>(scaled);
+  const double rest = scaled - static_cast<double>(whole);
+  if (std::fabs(rest - 0.5) < kMargin) return 0;
+  if (rest > 0.5) ++whole;
+
+  char digits[32];
+  char* const end = digits + sizeof digits;
+  char* begin = DigitsBackwards(whole, end);
+  while (end - begin <= precision) *--begin = '0';
+  char* out = text;
+  if (std::signbit(value)) *out++ = '-';
+  char* const point = end - precision;
+  out = std::copy(begin, point, out);
+  if (precision > 0) {
+    *out++ = '.';
+    out = std::copy(point, end, out);
+  }
+  return static_cast<std::size_t>(out - text);
+}
+
+}  // namespace
+
+bool ReadTextFile(const std::string& path, std::string& text) {
+  text.clear();
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (!file) return false;
+  std::size_t used = 0;
+  while (true) {
+    text.resize(used + std::max(kBlockSize, used));
+    const std::size_t got = std::fread(text.data() + used, 1, text.size() - used, file);
+    used += got;
+    if (got == 0) break;
+  }
+  const bool good = std::ferror(file) == 0;
+  std::fclose(file);
+  text.resize(good ? used : 0);
+  return good;
+}
+
+bool LineReader::Next(std::string_view& line) {
+  line = {};
+  if (rest_.empty()) return false;
+  const std::size_t end = rest_.find('\n');
+  line = rest_.substr(0, end);
+  rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end + 1);
+  return true;
+}
+
+TextFileWriter::~TextFileWriter() {
+  if (file_) Close();
+}
+
+bool TextFileWriter::Open(const std::string& path) {
+  file_ = std::fopen(path.c_str(), "wb");
+  if (!file_) return false;
+  // Blocks go to the system as they are; a second buffer would only copy them.
+  std::setvbuf(file_, nullptr, _IONBF, 0);
+  buffer_.resize(kBlockSize);
+  used_ = 0;
+  good_ = true;
+  return true;
+}
+
+void TextFileWriter::Flush() {
+  if (used_ > 0 && std::fwrite(buffer_.data(), 1, used_, file_) != used_) good_ = false;
+  used_ = 0;
+}
+
+char* TextFileWriter::Room(std::size_t size) {
+  if (buffer_.size() - used_ < size) {
+    Flush();
+    if (buffer_.size() < size) buffer_.resize(size);
+  }
+  return buffer_.data() + used_;
+}
+
+void TextFileWriter::Blanks(std::size_t count) {
+  std::memset(Room(count), ' ', count);
+  used_ += count;
+}
+
+void TextFileWriter::Text(std::string_view text) {
+  text = AsCString(text);
+  std::copy(text.begin(), text.end(), Room(text.size()));
+  used_ += text.size();
+}
+
+void TextFileWriter::Left(std::string_view text, int width) {
+  text = AsCString(text);
+  const std::size_t columns = static_cast<std::size_t>(width);
+  Text(text);
+  if (text.size() < columns) Blanks(columns - text.size());
+}
+
+void TextFileWriter::Right(std::string_view text, int width) {
+  text = AsCString(text);
+  const std::size_t columns = static_cast<std::size_t>(width);
+  if (text.size() < columns) Blanks(columns - text.size());
+  Text(text);
+}
+
+void TextFileWriter::Integer(long long value, int width) {
+  char digits[32];
+  char* const end = digits + sizeof digits;
+  // Negated as unsigned, since the smallest value has no positive counterpart.
+  const std::uint64_t magnitude =
+      value < 0 ? ~static_cast<std::uint64_t>(value) + 1 : static_cast<std::uint64_t>(value);
+  char* begin = DigitsBackwards(magnitude, end);
+  if (value < 0) *--begin = '-';
+  Right({begin, static_cast<std::size_t>(end - begin)}, width);
+}
+
+void TextFileWriter::Fixed(double value, int width, int precision) {
+  char text[kLongestFixed];
+  std::size_t size = FormatIfCertain(value, precision, text);
+  if (size == 0) {
+    const std::to_chars_result result =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, precision);
+    size = static_cast<std::size_t>(result.ptr - text);
+  }
+  Right({text, size}, width);
+}
+
+bool TextFileWriter::Close() {
+  Flush();
+  if (std::fclose(file_) != 0) good_ = false;
+  file_ = nullptr;
+  return good_;
+}
+
+}  // namespace orvane

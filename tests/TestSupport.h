@@ -1,0 +1,77 @@
+// What the tests share: folders that go away, runs of the built programs, and messages that end a run.
+#ifndef RAVELO_TESTS_TESTSUPPORT_H
+#define RAVELO_TESTS_TESTSUPPORT_H
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace orvane::testing_support {
+
+/// What a process left: its exit status (128 + N for signal N) and what it printed.
+struct RunResult {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+/// Runs a program in a folder and waits for it.
+RunResult RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                     const std::filesystem::path& folder);
+
+/// Runs the built `ravelo` in a folder.
+RunResult RunRavelo(const std::vector<std::string>& arguments, const std::filesystem::path& folder);
+
+/// Runs a piece of code in a child process, for code that ends the process with a message. A child in
+/// which the code returns ends with status 77.
+RunResult RunInChild(const std::function<void()>& code);
+inline constexpr int kCodeReturned = 77;
+
+/// What a child that ended with a message printed, without the place " (in FILE at line N, ...)" at
+/// its end; a text that says so where the code returned or the status was not 0.
+std::string MessageOf(const std::function<void()>& code);
+
+/// What a piece of code prints on standard output.
+std::string OutputOf(const std::function<void()>& code);
+
+/// The text without a closing " (in FILE at line N, SIGNATURE)".
+std::string WithoutPlace(const std::string& text);
+
+/// A new empty folder, removed with everything in it at the end of its life.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+
+  /// Writes a file of this folder and returns its path.
+  std::string Write(const std::string& name, const std::string& text) const;
+  std::string Read(const std::string& name) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// The whole of a file; fails the test where it cannot be read.
+std::string ReadWhole(const std::filesystem::path& path);
+
+/// The project's own root folder.
+std::filesystem::path SourceFolder();
+
+/// The folder of shared material beside the project; empty where there is none, so that a test can
+/// say GTEST_SKIP() << "...".
+std::filesystem::path SharedFolder();
+
+/// A line of a PDB file as `ravelo` writes it.
+std::string PdbLine(const std::string& record, int serial, const std::string& name,
+                    const std::string& residue, const std::string& chain, int number, double x,
+                    double y, double z, double occupancy = 1.0, double temperature = 0.0);
+
+}  // namespace orvane::testing_support
+
+#endif
