@@ -120,7 +120,7 @@ void CHARMMTopology::ReadTopologyFile(const std::string& filename,
                                       std::map<std::string, double>& masses) {
   std::string text;
   if (!ReadTextFile(filename, text)) RAVELO_FAIL("Cannot open file \"%s\".", filename);
-  text = Parser::ToUpperCase(text);
+  Parser::MakeUpperCase(text);
 
   bool in_block = false;
   std::vector<std::string> block;

@@ -119,6 +119,13 @@ std::string TextOf(const std::string& path) {
   return text;
 }
 
+// The same in upper case, in which all lines of a PDB file are read.
+std::string UpperCaseTextOf(const std::string& path) {
+  std::string text = TextOf(path);
+  Parser::MakeUpperCase(text);
+  return text;
+}
+
 // Erases the atoms of a name, with a warning for each. The atom behind an erased one is not looked
 // at: that is the walk of a loop which erases and then steps on, and its result is wanted.
 void EraseAtomsNamed(const char* name, const char* where, std::vector<PDB::Atom>& atoms) {
@@ -203,9 +210,11 @@ void PDB::Load(const std::string& path) {
 }
 
 void PDB::LoadPDBFile(const std::string& path) {
-  const std::string text = Parser::ToUpperCase(TextOf(path));
+  const std::string text = UpperCaseTextOf(path);
   description = "Load from PDB file";
   atoms.clear();
+  // Room for a file of nothing but atom lines; what is not used costs no memory.
+  atoms.reserve(text.size() / kShortestAtomLine);
   LineReader lines(text);
   for (std::string_view line; lines.Next(line);) {
     if (!IsAtomLine(line)) continue;
@@ -219,7 +228,7 @@ void PDB::LoadPDBFile(const std::string& path) {
 
 void PDB::LoadPDBFileExtractModels(const std::string& path,
                                    std::vector<std::string>& models) const {
-  const std::string text = Parser::ToUpperCase(TextOf(path));
+  const std::string text = UpperCaseTextOf(path);
   models.clear();
   std::string model;
   LineReader lines(text);

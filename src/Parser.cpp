@@ -2,8 +2,18 @@
 #include "Parser.h"
 
 #include <algorithm>
+
+// Instrumented for the sanitizers, the library's optional values look uninitialised to GCC.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <boost/spirit/include/classic_assign_actor.hpp>
 #include <boost/spirit/include/classic_core.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 namespace orvane {
 
@@ -88,11 +98,15 @@ std::string_view Parser::TrimmedPart(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kTrimmed) - first + 1);
 }
 
-std::string Parser::ToUpperCase(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
+void Parser::MakeUpperCase(std::string& text) {
+  for (char& c : text) {
     if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
   }
+}
+
+std::string Parser::ToUpperCase(std::string_view text) {
+  std::string result(text);
+  MakeUpperCase(result);
   return result;
 }
 

@@ -38,6 +38,9 @@ class Parser {
   static std::string ToUpperCase(std::string_view text);
   static std::string ToLowerCase(std::string_view text);
 
+  /// As `ToUpperCase`, in place.
+  static void MakeUpperCase(std::string& text);
+
   /// Fills `words` with the runs of characters without white space (space, \t, \n, \v, \f, \r).
   static void SplitSentence(std::string_view text, std::vector<std::string>& words);
 

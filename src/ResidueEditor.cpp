@@ -25,6 +25,29 @@ int PositionInResidue(NamedAtoms::Place place) {
   return static_cast<int>(place & ((NamedAtoms::Place{1} << kPositionBits) - 1));
 }
 
+// Puts items into a new order within their own storage. The numbers in `order` below `before` stand
+// for the items there, which keep their order among themselves; the others stand for the new items.
+template <typename Item>
+void PutInOrder(const std::vector<int>& order, int before, std::deque<Item>& new_items,
+                std::vector<Item>& items) {
+  std::size_t kept = 0;
+  for (const int number : order) {
+    if (number >= before) continue;
+    if (kept != static_cast<std::size_t>(number)) items[kept] = std::move(items[number]);
+    ++kept;
+  }
+  items.resize(order.size());
+  // From the end, no item is overwritten before it has moved.
+  for (std::size_t i = order.size(); i-- > kept;) {
+    if (order[i] >= before) {
+      items[i] = std::move(new_items[order[i] - before]);
+    } else {
+      --kept;
+      items[i] = std::move(items[kept]);
+    }
+  }
+}
+
 }  // namespace
 
 NamedAtoms::Place ResidueEditor::EditedAtoms::Find(int residue, std::string_view name) const {
@@ -213,32 +236,27 @@ void ResidueEditor::PatchResidue(int residue, const TopologyLibrary::Residue& pa
 // Puts the atoms in their new order and brings the residue tables up to date. Gives the new
 // position of every atom number, -1 for deleted atoms.
 std::vector<int> ResidueEditor::CommitAtoms() {
-  const std::size_t numbers = static_cast<std::size_t>(atoms_before_) + new_atoms_.size();
-  std::vector<int> new_positions(numbers, -1);
-  std::vector<PDB::Atom> atoms;
-  std::vector<std::string> names;
-  std::vector<MolecularMechanicsTopology::Atom> topology_atoms;
-  atoms.reserve(numbers);
-  names.reserve(numbers);
-  if (with_topology_) topology_atoms.reserve(numbers);
+  std::vector<int> order;
+  order.reserve(static_cast<std::size_t>(atoms_before_) + new_atoms_.size());
   for (int residue = 0; residue < molecule_.numResidues; ++residue) {
     const int size = SizeOf(residue);
-    const int first = static_cast<int>(atoms.size());
-    for (int i = 0; i < size; ++i) {
-      const int atom = AtomInResidue(residue, i);
-      new_positions[atom] = static_cast<int>(atoms.size());
-      names.push_back(NameOf(atom));
-      atoms.push_back(std::move(AtomAt(atom)));
-      if (with_topology_) topology_atoms.push_back(std::move(TopologyAtomAt(atom)));
-    }
-    // An unedited residue's size is read from its old bounds, so these change behind that.
+    const int first = static_cast<int>(order.size());
+    for (int i = 0; i < size; ++i) order.push_back(AtomInResidue(residue, i));
+    // The size of an unedited residue is read from these bounds, so they change behind that.
     molecule_.residueFirstAtoms[residue] = first;
     molecule_.residueLastAtoms[residue] = first + size - 1;
   }
-  molecule_.atoms = std::move(atoms);
-  molecule_.atomNames = std::move(names);
-  molecule_.numAtoms = static_cast<int>(molecule_.atoms.size());
-  if (with_topology_) molecule_.tmpAtoms = std::move(topology_atoms);
+  std::vector<int> new_positions(static_cast<std::size_t>(atoms_before_) + new_atoms_.size(), -1);
+  for (std::size_t i = 0; i < order.size(); ++i) new_positions[order[i]] = static_cast<int>(i);
+
+  std::deque<std::string> new_names;
+  for (const PDB::Atom& atom : new_atoms_) new_names.push_back(atom.Name);
+  PutInOrder(order, atoms_before_, new_names, molecule_.atomNames);
+  PutInOrder(order, atoms_before_, new_atoms_, molecule_.atoms);
+  if (with_topology_) {
+    PutInOrder(order, atoms_before_, new_topology_atoms_, molecule_.tmpAtoms);
+  }
+  molecule_.numAtoms = static_cast<int>(order.size());
   return new_positions;
 }
 

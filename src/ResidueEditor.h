@@ -2,6 +2,7 @@
 #ifndef RAVELO_RESIDUEEDITOR_H
 #define RAVELO_RESIDUEEDITOR_H
 
+#include <deque>
 #include <map>
 #include <string>
 #include <string_view>
@@ -79,8 +80,8 @@ class ResidueEditor {
   // others.
   std::vector<int> edit_of_residue_;
   std::vector<std::vector<int>> edited_residues_;
-  std::vector<PDB::Atom> new_atoms_;
-  std::vector<MolecularMechanicsTopology::Atom> new_topology_atoms_;
+  std::deque<PDB::Atom> new_atoms_;
+  std::deque<MolecularMechanicsTopology::Atom> new_topology_atoms_;
   TermList new_bonds_{2};
   TermList new_impropers_{4};
   TermList new_cmaps_{4};

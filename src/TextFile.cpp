@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 namespace orvane {
 
@@ -66,12 +68,17 @@ bool ReadTextFile(const std::string& path, std::string& text) {
   text.clear();
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (!file) return false;
+  // One block for the size that the file claims to have; a pipe claims none and grows the text.
+  std::error_code no_size;
+  const std::uintmax_t claimed = std::filesystem::file_size(path, no_size);
   std::size_t used = 0;
+  std::size_t block = no_size ? kBlockSize : static_cast<std::size_t>(claimed) + 1;
   while (true) {
-    text.resize(used + std::max(kBlockSize, used));
-    const std::size_t got = std::fread(text.data() + used, 1, text.size() - used, file);
+    text.resize(used + block);
+    const std::size_t got = std::fread(text.data() + used, 1, block, file);
     used += got;
-    if (got == 0) break;
+    if (got < block) break;
+    block = std::max(kBlockSize, used);
   }
   const bool good = std::ferror(file) == 0;
   std::fclose(file);
@@ -122,9 +129,7 @@ void TextFileWriter::Blanks(std::size_t count) {
 }
 
 void TextFileWriter::Text(std::string_view text) {
-  text = AsCString(text);
-  std::copy(text.begin(), text.end(), Room(text.size()));
-  used_ += text.size();
+  Justify(AsCString(text), 0);
 }
 
 void TextFileWriter::Left(std::string_view text, int width) {
@@ -135,10 +140,16 @@ void TextFileWriter::Left(std::string_view text, int width) {
 }
 
 void TextFileWriter::Right(std::string_view text, int width) {
-  text = AsCString(text);
+  Justify(AsCString(text), width);
+}
+
+void TextFileWriter::Justify(std::string_view text, int width) {
   const std::size_t columns = static_cast<std::size_t>(width);
-  if (text.size() < columns) Blanks(columns - text.size());
-  Text(text);
+  const std::size_t blanks = text.size() < columns ? columns - text.size() : 0;
+  char* out = Room(blanks + text.size());
+  for (std::size_t i = 0; i < blanks; ++i) *out++ = ' ';
+  for (const char c : text) *out++ = c;
+  used_ += blanks + text.size();
 }
 
 void TextFileWriter::Integer(long long value, int width) {
@@ -149,7 +160,7 @@ void TextFileWriter::Integer(long long value, int width) {
       value < 0 ? ~static_cast<std::uint64_t>(value) + 1 : static_cast<std::uint64_t>(value);
   char* begin = DigitsBackwards(magnitude, end);
   if (value < 0) *--begin = '-';
-  Right({begin, static_cast<std::size_t>(end - begin)}, width);
+  Justify({begin, static_cast<std::size_t>(end - begin)}, width);
 }
 
 void TextFileWriter::Fixed(double value, int width, int precision) {
@@ -160,7 +171,7 @@ void TextFileWriter::Fixed(double value, int width, int precision) {
         std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, precision);
     size = static_cast<std::size_t>(result.ptr - text);
   }
-  Right({text, size}, width);
+  Justify({text, size}, width);
 }
 
 bool TextFileWriter::Close() {

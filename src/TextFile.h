@@ -56,6 +56,7 @@ class TextFileWriter {
   void Flush();
   char* Room(std::size_t size);
   void Blanks(std::size_t count);
+  void Justify(std::string_view text, int width);
 
   std::FILE* file_ = nullptr;
   std::vector<char> buffer_;
