@@ -11,7 +11,8 @@ namespace {
 bool failures_by_exit_status = false;
 
 void Print(std::string_view text, std::FILE* out) {
-  std::fwrite(text.data(), 1, text.size(), out);
+  // An empty text can have no address at all, which `fwrite` must not be given.
+  if (!text.empty()) std::fwrite(text.data(), 1, text.size(), out);
 }
 
 void PrintValue(const MessageValue& value, std::FILE* out) {

@@ -73,11 +73,32 @@ void ForEachDihedral(const TermList& angles, const Adjacency& adjacency, Visit v
   }
 }
 
-void EndIfTooMany(std::size_t count, const char* what) {
-  // Indices and counts are 32-bit numbers.
-  if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    RAVELO_FAIL("The topology would have too many %s: %d.", what, count);
+// Indices and counts are 32-bit numbers.
+constexpr std::size_t kMostTerms = static_cast<std::size_t>(std::numeric_limits<int>::max());
+
+// No molecule comes near: it takes an atom with 200,000 bonds, which only a damaged file has.
+constexpr std::size_t kMostSteps = std::size_t{1} << 36;
+
+[[noreturn]] void EndForTooMany(const char* what) {
+  RAVELO_FAIL("The topology would have too many %s.", what);
+}
+
+void EndIfAnglesTakeTooLong(std::size_t atoms, const Adjacency& adjacency) {
+  std::size_t steps = 0;
+  for (std::size_t i = 0; i < atoms; ++i) {
+    const std::size_t degree = adjacency[static_cast<int>(i)].size();
+    steps += degree * degree;
   }
+  if (steps > kMostSteps) EndForTooMany("angles");
+}
+
+void EndIfDihedralsTakeTooLong(const TermList& angles, const Adjacency& adjacency) {
+  std::size_t steps = 0;
+  const std::vector<int>& atoms = angles.flat();
+  for (std::size_t angle = 0; angle < atoms.size(); angle += 3) {
+    steps += adjacency[atoms[angle]].size() + adjacency[atoms[angle + 2]].size();
+  }
+  if (steps > kMostSteps) EndForTooMany("dihedrals");
 }
 
 // A bond to an atom that does not exist can come from a PSF file, whose reader does not compare.
@@ -116,16 +137,20 @@ void MolecularMechanicsTopology::DeriveAnglesAndDihedrals() const {
   derived_lists_stale = false;
   const Adjacency adjacency(atoms.size(), bonds);
 
+  EndIfAnglesTakeTooLong(atoms.size(), adjacency);
   std::size_t count = 0;
-  ForEachAngle(bonds, adjacency, [&](int, int, int) { ++count; });
-  EndIfTooMany(count, "angles");
+  ForEachAngle(bonds, adjacency, [&](int, int, int) {
+    if (++count > kMostTerms) EndForTooMany("angles");
+  });
   angles.clear();
   angles.reserve(count);
   ForEachAngle(bonds, adjacency, [&](int a, int b, int c) { angles.push_back({a, b, c}); });
 
+  EndIfDihedralsTakeTooLong(angles, adjacency);
   count = 0;
-  ForEachDihedral(angles, adjacency, [&](int, int, int, int) { ++count; });
-  EndIfTooMany(count, "dihedrals");
+  ForEachDihedral(angles, adjacency, [&](int, int, int, int) {
+    if (++count > kMostTerms) EndForTooMany("dihedrals");
+  });
   dihedrals.clear();
   dihedrals.reserve(count);
   ForEachDihedral(angles, adjacency, [&](int a, int b, int c, int d) {
@@ -148,7 +173,7 @@ void MolecularMechanicsTopology::Merge(const MolecularMechanicsTopology& other, 
   if (copies < 1) return;
   EndIfBondLeavesAtoms(other.bonds, other.atoms.size());
   const std::size_t total = atoms.size() + other.atoms.size() * static_cast<std::size_t>(copies);
-  EndIfTooMany(total, "atoms");
+  if (total > kMostTerms) EndForTooMany("atoms");
   const int first = static_cast<int>(atoms.size());
   const int step = static_cast<int>(other.atoms.size());
   for (int c = 0; c < copies; ++c) {
