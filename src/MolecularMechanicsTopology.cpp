@@ -169,6 +169,14 @@ const TermList& MolecularMechanicsTopology::GetDihedrals() const {
 }
 
 void MolecularMechanicsTopology::Merge(const MolecularMechanicsTopology& other, int copies) {
+  if (&other == this) {
+    const MolecularMechanicsTopology copy = other;
+    Merge(copy, copies);
+    return;
+  }
+  // Behind a load the present bonds are unchecked, and what is appended could bring a wrong index
+  // into range. Behind a merge they need no second look.
+  if (!derived_lists_stale) EndIfBondLeavesAtoms(bonds, atoms.size());
   derived_lists_stale = true;
   if (copies < 1) return;
   EndIfBondLeavesAtoms(other.bonds, other.atoms.size());

@@ -40,8 +40,7 @@ class MolecularMechanicsTopology {
 
   /// Appends `copies` copies of `other`; with several, their residue numbers count the copies from
   /// 1 (and begin again behind 9999). Angles and dihedrals of the whole are made anew, also where
-  /// `copies` is 0. `other` must be another object. Ends the run if a bond of `other` names an atom
-  /// that is not there.
+  /// `copies` is 0. Ends the run if a bond of either names an atom that is not there.
   void Merge(const MolecularMechanicsTopology& other, int copies);
 
   /// Sum of the charges, from the first atom to the last.

@@ -146,6 +146,9 @@ class PSFReader {
 }  // namespace
 
 void MolecularMechanicsTopology::WritePSF(const std::string& filename) const {
+  // Derived first: a run that ends there must leave no half of a file.
+  const TermList& all_angles = GetAngles();
+  const TermList& all_dihedrals = GetDihedrals();
   TextFileWriter out;
   if (!out.Open(filename)) {
     RAVELO_FAIL("Cannot write topology to a PSF file %s.\n", filename);
@@ -161,8 +164,8 @@ void MolecularMechanicsTopology::WritePSF(const std::string& filename) const {
   out.Text("\n");
   // Bonds are narrower than all other terms.
   WriteSection(bonds, "NBOND: bonds", 8, 4, out);
-  WriteSection(GetAngles(), "NTHETA: angles", 10, 3, out);
-  WriteSection(GetDihedrals(), "NPHI: dihedrals", 10, 2, out);
+  WriteSection(all_angles, "NTHETA: angles", 10, 3, out);
+  WriteSection(all_dihedrals, "NPHI: dihedrals", 10, 2, out);
   WriteSection(impropers, "NIMPHI: impropers", 10, 2, out);
   WriteSection(cmaps, "NCRTERM: cross-terms", 10, 2, out);
   out.Close();

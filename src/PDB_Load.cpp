@@ -213,8 +213,9 @@ void PDB::LoadPDBFile(const std::string& path) {
   const std::string text = UpperCaseTextOf(path);
   description = "Load from PDB file";
   atoms.clear();
-  // Room for a file of nothing but atom lines; what is not used costs no memory.
-  atoms.reserve(text.size() / kShortestAtomLine);
+  // Room for a file of nothing but atom lines.
+  const std::size_t lines_at_most = 1 + std::count(text.begin(), text.end(), '\n');
+  atoms.reserve(std::min(lines_at_most, text.size() / kShortestAtomLine));
   LineReader lines(text);
   for (std::string_view line; lines.Next(line);) {
     if (!IsAtomLine(line)) continue;

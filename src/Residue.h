@@ -9,7 +9,7 @@ namespace orvane {
 /// Classification of residue names. Comparisons are exact and case-sensitive.
 class Residue {
  public:
-  enum Type { AminoAcid = 0, NucleicAcid = 1, Water = 2, Ion = 3, Ligand = 4 };
+  enum Type : int { AminoAcid = 0, NucleicAcid = 1, Water = 2, Ion = 3, Ligand = 4 };
 
   Residue() {}
   ~Residue() {}
