@@ -299,6 +299,41 @@ TEST(CmdArgs, HasDefaultsForAbsentOptions) {
             "{ 0, 0, 0 }\n");
 }
 
+TEST(CmdArgs, ForgetsWhatItsMembersHeldBefore) {
+  const RunResult result = RunInChild([] {
+    CmdArgs args;
+    args.inFilename = args.outPrefix = args.topFilename = "old";
+    args.removeIons = args.removeWaters = args.removeLigands = args.removeHs = true;
+    args.noPatchingTerminus = args.noAddIons = args.droplet = true;
+    for (List* list :
+         {&args.removeChains, &args.mergeFilenames, &args.addRtfs, &args.mml, &args.dml, &args.tml,
+          &args.mma, &args.adma, &args.sdma, &args.pho, &args.myMod}) {
+      *list = {"old"};
+    }
+    args.addBonds = {{1, 2}};
+    args.mutate = {{"1A", "LYS"}};
+    args.delAtom = args.charge = 7;
+    args.ionicStrength = 7.0;
+    args.box = args.move = args.pbc = {7.0};
+    args.superCells = {7};
+    ParseWords(args, {"check"});
+    std::fputs(AllOf(args).c_str(), stdout);
+  });
+  EXPECT_EQ(result.status, kCodeReturned);
+  EXPECT_EQ(result.out, Shown({"check"}, AllOf));
+}
+
+TEST(CmdArgs, CanReadASecondCommandLine) {
+  const RunResult result = RunInChild([] {
+    CmdArgs args;
+    ParseWords(args, {"check", "--charge", "1"});
+    ParseWords(args, {"check", "--charge", "2"});
+    std::printf("%d", args.charge);
+  });
+  EXPECT_EQ(result.status, kCodeReturned) << result.err;
+  EXPECT_EQ(result.out, "2");
+}
+
 TEST(CmdArgs, HoldsTheValuesOfAllOptions) {
   EXPECT_EQ(Shown({"check",
                    "-i",
@@ -385,6 +420,23 @@ TEST(CmdArgs, HoldsTheValuesOfAllOptions) {
             "{ -1, 0.5, 2 }\n"
             "{ 1, 2, 3, 90, 90, 90 }\n"
             "{ 1, 0, 2 }\n");
+}
+
+// Each flag sets its own member and no other.
+TEST(CmdArgs, TellsItsFlagsApart) {
+  const auto flags = [](const CmdArgs& args) {
+    return PrintToString(std::vector<bool>{args.removeIons, args.removeWaters, args.removeLigands,
+                                           args.removeHs, args.noPatchingTerminus, args.noAddIons,
+                                           args.droplet});
+  };
+  const char* const options[] = {
+      "--ions",        "--waters", "--ligands", "--Hs", "--no-patching-terminus",
+      "--no-add-ions", "--droplet"};
+  for (std::size_t i = 0; i < std::size(options); ++i) {
+    std::vector<bool> expected(std::size(options), false);
+    expected[i] = true;
+    EXPECT_EQ(Shown({"check", options[i]}, flags), PrintToString(expected)) << options[i];
+  }
 }
 
 TEST(CmdArgs, CutsTheDefaultPrefixAtTheLastDotOfTheWholePath) {
@@ -516,11 +568,15 @@ TEST(CmdArgsMessages, AskForAnIntegerAsCharge) {
             "Error occurs: The charge should be an integer but not \"+\".\n");
   EXPECT_EQ(MessageFor({"check", "--charge", "1.0"}),
             "Error occurs: The charge should be an integer but not \"1.0\".\n");
+  EXPECT_EQ(MessageFor({"check", "--charge="}),
+            "Error occurs: The charge should be an integer but not \"\".\n");
 }
 
 TEST(CmdArgsMessages, AskForARealNumberAsIonicStrength) {
   EXPECT_EQ(MessageFor({"check", "--ionic-strength", "much"}),
             "Error occurs: The ionic strength should be a real number but not \"much\".\n");
+  EXPECT_EQ(MessageFor({"check", "--ionic-strength="}),
+            "Error occurs: The ionic strength should be a real number but not \"\".\n");
 }
 
 TEST(CmdArgsMessages, AskForAnIonicStrengthThatIsNotNegative) {
@@ -554,6 +610,8 @@ TEST(CmdArgsMessages, SpeakOfTheMoveForABadNumberOfTheLattice) {
 TEST(CmdArgsMessages, AskForThreeCountsOfSuperCells) {
   EXPECT_EQ(MessageFor({"check", "--super-cells", "1"}),
             "Error occurs: The number of arguments for \"super-cell\" should be 3 but not 1.\n");
+  EXPECT_EQ(MessageFor({"check", "--super-cells", " "}),
+            "Error occurs: The number of arguments for \"super-cell\" should be 3 but not 0.\n");
 }
 
 TEST(CmdArgsMessages, AskForCountsOfSuperCellsThatAreNotNegative) {

@@ -1,0 +1,268 @@
+// Patching many residues in one pass, held against the plain algorithms.
+#include "ResidueEditor.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "PlainPatching.h"
+#include "TestSupport.h"
+
+namespace orvane {
+namespace {
+
+using testing_support::AsLists;
+using testing_support::Describe;
+using testing_support::LibraryOf;
+using testing_support::MessageOf;
+using testing_support::OutputOf;
+using testing_support::PlainFailure;
+using testing_support::PlainPatching;
+using testing_support::RandomChemistry;
+
+constexpr int kFailuresCompared = 60;
+
+// How many of the random cases went through and how many ended with a message.
+struct Outcomes {
+  int good = 0;
+  int failed = 0;
+};
+
+// Runs an edit of a molecule in the plain way and in the program's: the molecules must be equal
+// afterwards, what is printed too, or else the messages that ended them.
+template <typename Plain, typename Own>
+void ExpectSame(const PDB& molecule, Plain plain_edit, Own own_edit, Outcomes& outcomes) {
+  PlainPatching plain(molecule);
+  std::optional<std::string> failure;
+  try {
+    plain_edit(plain);
+  } catch (const PlainFailure& caught) {
+    failure = caught.message;
+  }
+  PDB own = molecule;
+  if (failure) {
+    // Each needs a process of its own, so not all of them are held against each other.
+    if (++outcomes.failed > kFailuresCompared) return;
+    ASSERT_EQ(MessageOf([&] { own_edit(own); }), plain.output() + *failure);
+  } else {
+    ++outcomes.good;
+    const std::string output = OutputOf([&] { own_edit(own); });
+    ASSERT_EQ(output, plain.output());
+    ASSERT_EQ(Describe(own), Describe(plain.Result()));
+  }
+}
+
+const TopologyLibrary::Residue& RandomRecord(RandomChemistry& random,
+                                             const TopologyLibrary& library) {
+  static const std::vector<std::string> names = {"PA", "PB", "PC", "PA", "PB", "PC", "RA", "RB"};
+  return library.GetResidues().at(random.OneOf(names));
+}
+
+// A random library for every few molecules.
+template <typename Check>
+void ForRandomMolecules(unsigned seed, int libraries, int molecules, Check check) {
+  RandomChemistry random(seed);
+  for (int i = 0; i < libraries; ++i) {
+    const std::string text = random.Library();
+    SCOPED_TRACE(text);
+    const TopologyLibrary library = LibraryOf(text);
+    for (int k = 0; k < molecules; ++k) {
+      check(random, library);
+      if (testing::Test::HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST(ResidueEditor, OnePatchGivesWhatInsertingAndErasingAtomByAtomGives) {
+  for (const bool with_topology : {false, true}) {
+    Outcomes outcomes;
+    ForRandomMolecules(17, 200, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
+      PDB molecule = random.Molecule(library);
+      if (with_topology || random.Chance(50)) random.AddTopology(molecule);
+      const int residue = random.Below(molecule.numResidues);
+      const TopologyLibrary::Residue& patch = RandomRecord(random, library);
+      ExpectSame(
+          molecule,
+          [&](PlainPatching& plain) {
+            plain.PatchResidue(residue, library.GetMasses(), patch, with_topology);
+          },
+          [&](PDB& own) { own.PatchResidue(residue, library.GetMasses(), patch, with_topology); },
+          outcomes);
+    });
+    EXPECT_GT(outcomes.good, 800);
+    EXPECT_GT(outcomes.failed, 300);
+  }
+}
+
+TEST(ResidueEditor, TheCoreOfAPatchNamesTheSameAtomsToPlaceAgain) {
+  Outcomes outcomes;
+  ForRandomMolecules(18, 100, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
+    PDB molecule = random.Molecule(library);
+    random.AddTopology(molecule);
+    const int residue = random.Below(molecule.numResidues);
+    const TopologyLibrary::Residue& patch = RandomRecord(random, library);
+    const bool with_topology = random.Chance(50);
+    std::vector<std::string> plain_names = {"OLD"};
+    std::vector<std::string> own_names = {"OLD"};
+    ExpectSame(
+        molecule,
+        [&](PlainPatching& plain) {
+          plain.PatchResidueCore(residue, library.GetMasses(), patch, with_topology, plain_names);
+          ASSERT_NE(plain_names, std::vector<std::string>{"OLD"});
+        },
+        [&](PDB& own) {
+          own.PatchResidueCore(residue, library.GetMasses(), patch, with_topology, own_names);
+          ASSERT_EQ(own_names, plain_names);
+        },
+        outcomes);
+  });
+  EXPECT_GT(outcomes.good, 300);
+}
+
+TEST(ResidueEditor, ManyPatchesInOnePassGiveWhatOneAfterTheOtherGives) {
+  for (const bool with_topology : {false, true}) {
+    Outcomes outcomes;
+    ForRandomMolecules(19, 200, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
+      PDB molecule = random.Molecule(library);
+      if (with_topology) random.AddTopology(molecule);
+      // Few residues, so that some are patched more than once.
+      std::vector<std::pair<int, const TopologyLibrary::Residue*>> patches;
+      const int count = 1 + random.Below(5);
+      for (int i = 0; i < count; ++i) {
+        patches.emplace_back(random.Below(molecule.numResidues), &RandomRecord(random, library));
+      }
+      ExpectSame(
+          molecule,
+          [&](PlainPatching& plain) {
+            for (const auto& [residue, patch] : patches) {
+              plain.PatchResidue(residue, library.GetMasses(), *patch, with_topology);
+            }
+          },
+          [&](PDB& own) {
+            ResidueEditor editor(own, library.GetMasses(), with_topology);
+            for (const auto& [residue, patch] : patches) editor.PatchResidue(residue, *patch);
+            editor.Commit();
+          },
+          outcomes);
+    });
+    EXPECT_GT(outcomes.good, 400);
+    EXPECT_GT(outcomes.failed, 400);
+  }
+}
+
+TEST(ResidueEditor, CompletingAMoleculeInOnePassGivesWhatResidueByResidueGives) {
+  Outcomes outcomes;
+  ForRandomMolecules(20, 400, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
+    PDB molecule = random.Molecule(library);
+    // The topology of before is left alone.
+    if (random.Chance(20)) random.AddTopology(molecule);
+    ExpectSame(
+        molecule, [&](PlainPatching& plain) { plain.AddMissingHydrogens(library); },
+        [&](PDB& own) { own.AddMissingHydrogens(library); }, outcomes);
+  });
+  EXPECT_GT(outcomes.good, 3500);
+  EXPECT_GT(outcomes.failed, 30);
+}
+
+TEST(ResidueEditor, BuildingATopologyGivesWhatThePlainWayGives) {
+  Outcomes outcomes;
+  ForRandomMolecules(21, 200, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
+    PDB molecule = random.CompleteMolecule(library);
+    if (random.Chance(20)) random.AddTopology(molecule);
+    ExpectSame(
+        molecule, [&](PlainPatching& plain) { plain.BuildTopology(library); },
+        [&](PDB& own) { own.BuildTopology(library); }, outcomes);
+  });
+  EXPECT_GT(outcomes.good, 1000);
+  EXPECT_GT(outcomes.failed, 300);
+}
+
+TEST(ResidueEditor, EditingTheListsByHandGivesWhatThePlainWayGives) {
+  Outcomes outcomes;
+  ForRandomMolecules(22, 100, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
+    PDB molecule = random.Molecule(library);
+    if (random.Chance(90)) random.AddTopology(molecule);
+    const int deleted = random.Below(molecule.numAtoms);
+    const int added = random.Below(molecule.numAtoms + 1);
+    ExpectSame(
+        molecule,
+        [&](PlainPatching& plain) {
+          plain.ModifyTmpTopolUponAddingAtom(added);
+          plain.ModifyTmpTopolUponDeletingAtom(deleted);
+        },
+        [&](PDB& own) {
+          own.ModifyTmpTopolUponAddingAtom(added);
+          own.ModifyTmpTopolUponDeletingAtom(deleted);
+        },
+        outcomes);
+  });
+  EXPECT_EQ(outcomes.good, 1000);
+}
+
+// One residue of the atoms CA and C, without topology.
+PDB TwoAtoms() {
+  PDB molecule;
+  for (const char* name : {"CA", "C"}) {
+    PDB::Atom& atom = molecule.atoms.emplace_back();
+    atom.Name = name;
+    atom.ResName = "ALA";
+    atom.ChainID = "A";
+    atom.ResSeq = 3;
+    atom.Coord = Vec3D(static_cast<double>(molecule.atoms.size()), 0.0, 0.0);
+  }
+  molecule.Analyze();
+  return molecule;
+}
+
+TEST(ResidueEditor, LeavesTheMoleculeAloneUntilTheEditIsCarriedOut) {
+  const TopologyLibrary library =
+      LibraryOf("PRES PA 0\nATOM H1 HA 0\nIC X CA C H1 1.0 90.0 0.0 90.0 1.0\nEND\n");
+  PDB molecule = TwoAtoms();
+  ResidueEditor editor(molecule, library.GetMasses(), false);
+  std::vector<std::string> to_place;
+  editor.PatchResidueCore(0, library.GetResidues().at("PA"), to_place);
+  EXPECT_EQ(to_place, std::vector<std::string>{"H1"});
+  EXPECT_EQ(Describe(molecule), Describe(TwoAtoms()));
+  editor.Commit();
+  EXPECT_EQ(molecule.atomNames, (std::vector<std::string>{"H1", "CA", "C"}));
+}
+
+TEST(ResidueEditor, AnEditWithoutPatchesChangesNothing) {
+  PDB molecule = TwoAtoms();
+  molecule.tmpAtoms.resize(2);  // A topology would be rebuilt from these.
+  const std::string before = Describe(molecule);
+  const std::map<std::string, double> masses;
+  ResidueEditor editor(molecule, masses, true);
+  editor.Commit();
+  EXPECT_EQ(Describe(molecule), before);
+}
+
+TEST(ResidueEditor, APatchThatChangesNoAtomStillRebuildsTheTopology) {
+  const TopologyLibrary library = LibraryOf("PRES PA 0\nBOND C CA\nEND\n");
+  PDB molecule = TwoAtoms();
+  molecule.tmpAtoms.resize(2);
+  ResidueEditor editor(molecule, library.GetMasses(), true);
+  editor.PatchResidue(0, library.GetResidues().at("PA"));
+  editor.Commit();
+  EXPECT_EQ(molecule.topology.GetAtoms().size(), 2u);
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 1}}));
+}
+
+TEST(ResidueEditor, ATopologyOfAnotherNumberOfAtomsEndsTheRun) {
+  const TopologyLibrary library = LibraryOf("PRES PA 0\nEND\n");
+  PDB molecule = TwoAtoms();
+  molecule.tmpAtoms.resize(3);
+  const auto patch = [&](bool with_topology) {
+    molecule.PatchResidue(0, library.GetMasses(), library.GetResidues().at("PA"), with_topology);
+  };
+  EXPECT_EQ(MessageOf([&] { patch(true); }),
+            "Error occurs: The topology has 3 atoms, but the molecule has 2.");
+  EXPECT_EQ(MessageOf([&] { patch(false); }), "(the code returned)");
+}
+
+}  // namespace
+}  // namespace orvane
