@@ -235,8 +235,10 @@ TEST_F(Check, NamesThePlaceOfAFailure) {
   EXPECT_EQ(out.find("Error occurs: An input file must be given with \"-i\". (in "
                      "src/Job_Check.cpp at line "),
             0u);
-  EXPECT_EQ(out.substr(out.rfind(',')),
-            ", static void orvane::Job::DoCheck(const orvane::CmdArgs&))");
+  // Compilers spell the types of a signature in their own ways.
+  const std::string function = ", static void orvane::Job::DoCheck(const ";
+  EXPECT_EQ(out.substr(out.rfind(','), function.size()), function);
+  EXPECT_TRUE(out.ends_with("&))"));
 }
 
 }  // namespace

@@ -186,8 +186,10 @@ TEST(PSFOutput, EndsTheRunWhereTheFileCannotBeOpened) {
   EXPECT_EQ(result.err, "");
   ASSERT_EQ(result.out.substr(0, begin.size()), begin);
   const std::string rest = result.out.substr(begin.size());
-  EXPECT_EQ(rest.substr(rest.find_first_not_of("0123456789")),
-            ", void orvane::MolecularMechanicsTopology::WritePSF(const std::string&) const)");
+  // Compilers spell the types of a signature in their own ways.
+  const std::string function = ", void orvane::MolecularMechanicsTopology::WritePSF(const ";
+  EXPECT_EQ(rest.substr(rest.find_first_not_of("0123456789"), function.size()), function);
+  EXPECT_TRUE(rest.ends_with("&) const)"));
 }
 
 TEST(PSFOutput, IsWhatAMoleculeWrites) {
