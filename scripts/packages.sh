@@ -24,6 +24,14 @@ have_boost() {
 SOURCE
 }
 
+have_eigen() {
+  local folder
+  for folder in /usr/include/eigen3 /usr/local/include/eigen3 /opt/homebrew/include/eigen3; do
+    if [ -e "$folder/Eigen/Dense" ]; then return; fi
+  done
+  compiles <<< '#include <Eigen/Dense>'
+}
+
 have_googletest() { compiles <<< '#include <gmock/gmock.h>'; }
 
 have_build_tool() { command -v make > /dev/null || command -v ninja > /dev/null; }
@@ -35,6 +43,7 @@ find_missing() {
   command -v cmake > /dev/null || missing+=(cmake)
   have_build_tool || missing+=(make)
   have_boost || missing+=(boost)
+  have_eigen || missing+=(eigen)
   if [ "$1" = with-tests ]; then
     have_googletest || missing+=(googletest)
     command -v python3 > /dev/null || missing+=(python3)
@@ -60,6 +69,7 @@ find_packages() {
     case $tool in
       compiler) packages+=(g++) ;;
       boost) packages+=("$(boost_package)") ;;
+      eigen) packages+=(libeigen3-dev) ;;
       googletest) packages+=(libgtest-dev libgmock-dev) ;;
       *) packages+=("$tool") ;;
     esac
@@ -72,10 +82,10 @@ give_up() {
 $1
 Please install these and start again:
   - a C++20 compiler (g++ 11, clang++ 14 or newer), CMake 3.22 or newer, make or ninja
-  - the headers of Boost 1.78 or newer
+  - the headers of Boost 1.78 or newer and of Eigen 3.4
   - for the tests: GoogleTest with GoogleMock, and Python 3.9 or newer
 On Debian 12 as root:
-  apt-get install g++ cmake make libboost1.81-dev libgtest-dev libgmock-dev python3
+  apt-get install g++ cmake make libboost1.81-dev libeigen3-dev libgtest-dev libgmock-dev python3
 MESSAGE
   exit 1
 }

@@ -1,0 +1,43 @@
+// When two atoms count as bonded: a rule on their distance alone.
+#ifndef RAVELO_BONDRULE_H
+#define RAVELO_BONDRULE_H
+
+#include <vector>
+
+#include "PDB.h"
+#include "PeriodicTable.h"
+
+namespace orvane {
+
+/// The element record of each atom, in atom order. A symbol that the periodic table does not spell
+/// this way is tried once more with a capital first letter only (the PDB reader hands over "CL" for
+/// chlorine), and "D" as hydrogen. An atom whose element is still unknown gets the placeholder
+/// record of number 0 with all its values zero: it has no bonds and no known type.
+std::vector<PeriodicTable::ElementInformation> FindElements(const std::vector<PDB::Atom>& atoms);
+
+/// The covalent radii that decide on an atom's bonds, in Angstrom.
+struct BondRadii {
+  double single_bond = 0.0;
+  double double_bond = 0.0;
+  double triple_bond = 0.0;
+};
+
+/// The radii of each element record, in their order.
+std::vector<BondRadii> FindBondRadii(
+    const std::vector<PeriodicTable::ElementInformation>& elements);
+
+/// Whether two atoms at a distance (in Angstrom) are bonded: below 1.1 times the sum of their
+/// single-bond radii, or 1.04 times that of their double-bond or triple-bond radii. False for a
+/// distance that is not a number.
+inline bool AreBonded(const BondRadii& a, const BondRadii& b, double distance) {
+  return 1.1 * (a.single_bond + b.single_bond) > distance ||
+         1.04 * (a.double_bond + b.double_bond) > distance ||
+         1.04 * (a.triple_bond + b.triple_bond) > distance;
+}
+
+/// A distance at and beyond which no two of these atoms are bonded; 0 for none.
+double LongestBond(const std::vector<BondRadii>& radii);
+
+}  // namespace orvane
+
+#endif
