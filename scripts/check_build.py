@@ -67,20 +67,26 @@ def read_pdb(path):
 
 
 class Psf:
-    """Atom types, charges and bonds (as 0-based pairs) of a PSF file that ravelo wrote."""
+    """Atom types, charges, masses and terms (as tuples of 0-based indices) of a PSF file that ravelo
+    wrote."""
+
+    SIZES = {"bonds": 2, "angles": 3, "dihedrals": 4}
 
     def __init__(self, path):
         lines = iter(Path(path).read_text(encoding="latin-1").splitlines())
-        self.types, self.charges, self.masses, self.bonds = [], [], [], []
+        self.types, self.charges, self.masses = [], [], []
+        self.bonds, self.angles, self.dihedrals = [], [], []
         for line in lines:
+            label = line.rpartition(": ")[2]
             if "!NATOM" in line:
                 for words in self._section(lines):
-                    self.types.append(words[5])
-                    self.charges.append(float(words[6]))
-                    self.masses.append(float(words[7]))
-            elif "!NBOND" in line:
-                indices = [int(word) - 1 for words in self._section(lines) for word in words]
-                self.bonds = list(zip(indices[::2], indices[1::2]))
+                    # From the end: a residue name can be blank.
+                    self.types.append(words[-4])
+                    self.charges.append(float(words[-3]))
+                    self.masses.append(float(words[-2]))
+            elif label in self.SIZES:
+                indices = (int(word) - 1 for words in self._section(lines) for word in words)
+                setattr(self, label, list(zip(*[indices] * self.SIZES[label])))
 
     @staticmethod
     def _section(lines):

@@ -75,9 +75,12 @@ def run(command, folder):
                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT)
     if done.returncode != 0:
-        lines = [line for line in done.stdout.splitlines() if line.strip()]
+        # GROMACS tells after "Fatal error:" what is wrong, and prints more.
+        reason = re.split(r"^[A-Za-z -]* error:\n", done.stdout, maxsplit=1, flags=re.M)
+        lines = [line for line in reason[-1].splitlines() if line.strip()]
+        shown = lines[:3] if len(reason) > 1 else lines[-4:]
         raise Failure("%s ends with status %d: %s" % (os.path.basename(command[0]), done.returncode,
-                                                      " / ".join(lines[-4:])))
+                                                      " / ".join(shown)))
     return done.stdout
 
 
@@ -102,20 +105,20 @@ def coordinates(path):
                         for line in atom_lines(path)])
 
 
-def build(options, protein, folder):
+def build(options, mode, molecule, folder):
     """The road through ravelo; returns what ravelo-export reported, as numbers by label."""
-    printed = run([options.ravelo, "topol", "-i", protein, "-o", "system"], folder)
+    printed = run([options.ravelo, mode, "-i", molecule, "-o", "system"], folder)
     if "Error occurs: " in printed:
         message = printed.split("Error occurs: ")[1]
-        raise Failure("topol stops: " + re.sub(r"\s*\(in [^()]* at line \d+, .*", "", message,
-                                               flags=re.S))
+        raise Failure(mode + " stops: " + re.sub(r"\s*\(in [^()]* at line \d+, .*", "", message,
+                                                 flags=re.S))
     printed = run([options.export, "-i", "system.psf", "-o", "engine.psf", "-p", "system.pdb"],
                   folder)
     return {label.strip(): int(number)
             for label, number in re.findall(r"^([^:\n]+): +(\d+)$", printed, flags=re.M)}
 
 
-def load_with_parmed(options, folder, report):
+def load_with_parmed(parameters, folder, report):
     """Loads everything into ParmEd; fails where a term has no parameter or where counts differ."""
     psf = parmed.charmm.CharmmPsfFile(os.path.join(folder, "engine.psf"))
     pdb = parmed.load_file(os.path.join(folder, "system.pdb"))
@@ -129,7 +132,7 @@ def load_with_parmed(options, folder, report):
             raise Failure("ParmEd reads %d %s of %d" % (len(terms), label,
                                                         report["Number of " + label]))
     try:
-        psf.load_parameters(options.parameters)
+        psf.load_parameters(parameters)
     except Exception as missing:  # ParmEd has several kinds of them
         raise Failure("ParmEd: %s" % missing)
     for terms in (psf.bonds, psf.angles, psf.dihedrals, psf.impropers, psf.cmaps):
@@ -160,8 +163,8 @@ def minimise(options, psf, folder):
     edge = float(extent.max()) + 10.0 * 2.0 * CUTOFF_NM
     psf.coordinates = places - places.mean(axis=0) + edge / 2.0  # not cut by the box's faces
     psf.box = [edge, edge, edge, 90.0, 90.0, 90.0]
-    psf.save(os.path.join(folder, "system.top"), overwrite=True)
-    psf.save(os.path.join(folder, "system.gro"), overwrite=True)
+    for name in ("system.top", "system.gro"):  # as one, also where a residue is in pieces
+        psf.save(os.path.join(folder, name), overwrite=True, combine="all")
     with open(os.path.join(folder, "em.mdp"), "w") as settings:
         settings.write(MDP.format(steps=options.steps, tolerance=FORCE_TOLERANCE,
                                   cutoff=CUTOFF_NM))
@@ -200,9 +203,9 @@ def try_protein(options, protein):
     shutil.rmtree(folder, ignore_errors=True)
     os.makedirs(folder)
     try:
-        report = build(options, os.path.abspath(protein), folder)
+        report = build(options, "topol", os.path.abspath(protein), folder)
         mdanalysis = load_with_mdanalysis(folder, report)
-        psf = load_with_parmed(options, folder, report)
+        psf = load_with_parmed(options.parameters, folder, report)
         charge = sum(atom.charge for atom in psf.atoms)
         before, after, force, steps = minimise(options, psf, folder)
     except Failure as failure:
@@ -228,21 +231,28 @@ def parse_arguments():
     return parser.parse_args()
 
 
-def what_is_absent(options):
+def absent_tools(options):
     absent = []
     if parmed is None:
         absent.append("ParmEd (%s)" % why_no_parmed)
     if not shutil.which(options.gmx):
         absent.append("GROMACS (%s)" % options.gmx)
-    if not os.path.isfile(options.parameter_file):
-        absent.append("the published parameters (%s)" % options.parameter_file)
     return absent
+
+
+def status_of(results):
+    """The exit status for the results of all molecules: true, false, or none for a skipped one."""
+    if False in results:
+        return 1
+    return 0 if True in results else SKIPPED
 
 
 def main():
     options = parse_arguments()
     options.parameter_file = os.path.join(options.toppar, "par_all36_prot.prm")
-    absent = what_is_absent(options)
+    absent = absent_tools(options)
+    if not os.path.isfile(options.parameter_file):
+        absent.append("the published parameters (%s)" % options.parameter_file)
     if absent:
         print("Skipped, absent here: " + ", ".join(absent))
         return SKIPPED
@@ -263,9 +273,7 @@ def main():
             results.append(passes)
     print("%d pass, %d fail, %d skipped (energies in kJ/mol, largest force in kJ/mol/nm)" %
           (results.count(True), results.count(False), results.count(None)))
-    if False in results:
-        return 1
-    return 0 if True in results else SKIPPED
+    return status_of(results)
 
 
 if __name__ == "__main__":

@@ -7,6 +7,7 @@ namespace orvane {
 
 const std::map<std::string, Job::Driver> Job::AvailableModes = {
     {"check", Job::DoCheck},
+    {"ligand", Job::DoLigand},
     {"topol", Job::DoTopol},
     {"psf", Job::DoPSF},
 };

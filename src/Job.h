@@ -31,6 +31,10 @@ class Job {
   /// Completes proteins and nucleic acids, builds their topology, and writes PDB and PSF.
   static void DoTopol(const CmdArgs& args);
 
+  /// Guesses bonds, types and parameters of a small molecule or a molecular crystal from its
+  /// coordinates, and writes PDB, PSF and parameter files; for a crystal also a super cell.
+  static void DoLigand(const CmdArgs& args);
+
   /// Merges PSF files.
   static void DoPSF(const CmdArgs& args);
 };

@@ -2,12 +2,19 @@
 #ifndef RAVELO_MOLECULARMECHANICSTOPOLOGY_H
 #define RAVELO_MOLECULARMECHANICSTOPOLOGY_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "TermList.h"
+#include "Vec3D.h"
 
 namespace orvane {
+
+/// Ends the run if a molecule with these bonds could have more than 2^26 angles or dihedrals: only
+/// a damaged file has so many, or atoms that lie on one spot. Linear in atoms and bonds; makes no
+/// lists. The bonds must name atoms that are there.
+void EndIfTooManyTerms(std::size_t num_atoms, const TermList& bonds);
 
 /// Atoms, bonds, angles, dihedrals, impropers and cross-terms of a molecule. All indices are
 /// 0-based positions in `atoms`; they count from 1 in the PSF file only. Bonds, impropers and
@@ -35,13 +42,18 @@ class MolecularMechanicsTopology {
              const TermList& new_impropers, const TermList& new_cmaps);
 
   /// Makes angles and dihedrals from the bonds at once. Their order follows that of the bonds: see
-  /// the implementation. Linear in the number of terms.
+  /// the implementation. Linear in the number of terms. Ends the run where there would be too many
+  /// of them; so do all that read these two lists first.
   void BuildAnglesAndDihedrals();
 
   /// Appends `copies` copies of `other`; with several, their residue numbers count the copies from
   /// 1 (and begin again behind 9999). Angles and dihedrals of the whole are made anew, also where
   /// `copies` is 0. Ends the run if a bond of either names an atom that is not there.
   void Merge(const MolecularMechanicsTopology& other, int copies);
+
+  /// Sets charge and Lennard-Jones values of each atom from its type. Atoms of unknown types keep
+  /// what they have.
+  void AssignParams();
 
   /// Sum of the charges, from the first atom to the last.
   double GetTotalCharge() const;
@@ -63,6 +75,14 @@ class MolecularMechanicsTopology {
   /// Ends the run with a message where the file is malformed. Indices are not compared with the
   /// number of atoms.
   void LoadFromPSF(const std::string& filename);
+
+  /// Writes a CHARMM parameter file with the bonds, angles and dihedrals that the force field knows
+  /// by their atom types, guesses for all others that make the given coordinates (in Angstrom, in
+  /// atom order) their minimum, and the Lennard-Jones values of the atoms. The types in a line
+  /// stand in the order of the term; each different line comes once. The work is linear in the
+  /// number of terms, but for sorting the lines. Ends the run if the file cannot be opened or a
+  /// term has an atom without coordinates.
+  void WriteNaiveParams(const std::vector<Vec3D>& coords, const std::string& filename) const;
 
  private:
   void DeriveAnglesAndDihedrals() const;

@@ -109,6 +109,10 @@ class PDB {
   /// Writes the PSF file of `topology`. Ends the run if it cannot be opened.
   void WritePSF(const std::string& path) const;
 
+  /// Writes the parameters of `topology` to a file, with guesses from the coordinates for terms that
+  /// the force field lacks. Ends the run if it cannot be opened.
+  void WriteNaiveParams(const std::string& path) const;
+
   /// Prints the numbers of atoms and of residues of each kind.
   void Report() const;
 
@@ -132,6 +136,19 @@ class PDB {
   void BuildTopologyTerms(int residue, int degrees,
                           const std::vector<std::vector<std::string>>& terms,
                           TermList& resolved) const;
+
+  /// Builds the topology of any molecule from elements and coordinates alone: bonds by distances,
+  /// over the whole molecule, types by `AtomTyper`, and charges by type (-1.0 for one that is not
+  /// known); no impropers and no cross-terms. Prints nothing. Replaces `topology` and the `tmp`
+  /// lists. The cost is linear in the numbers of atoms and bonds. An element that the periodic table
+  /// does not know gives an atom of type "X" and mass 0.
+  void GuessTopology();
+
+  /// Makes a list of the cycles in the graph of `tmpBonds`, each from its smallest index on: all
+  /// chordless ones, and some larger ones around fused rings. The time grows steeply with the number
+  /// of fused rings. A bond that is told twice, or of an atom with itself, makes no cycle. Ends the
+  /// run if a bond names an atom that is not there.
+  void BuildCycles(std::vector<std::vector<int>>& cycles) const;
 
   /// Adds a bond between two atoms and rebuilds the topology. Ends the run for a bad index.
   void AddBond(int atom1, int atom2);
@@ -175,6 +192,32 @@ class PDB {
 
   /// Completes all residues from their templates, in one pass over the molecule.
   void AddMissingHydrogens(const TopologyLibrary& library);
+
+  // Periodic cells.
+
+  /// Puts residues back into a box of these edges (in Angstrom) that is centred on the origin. Each
+  /// axis goes alone: a residue of which no atom lies inside is moved, each of its atoms by its own
+  /// multiple of the edge.
+  void WrapPBC(double a, double b, double c);
+
+  /// Replaces the coordinates of all atoms. Ends the run if their number is not that of the atoms.
+  void SetCoords(const std::vector<Vec3D>& coords);
+
+  /// Appends copies of all atoms, moved by every combination of up to `nx`, `ny` and `nz` lattice
+  /// vectors (in Angstrom) in both directions; each copy is one residue number of its own. Then
+  /// brings the molecule to normal form. The topology goes on describing one cell. Ends the run if
+  /// there would be more atoms than an index can count.
+  void BuildSuperCells(const Vec3D& t1, const Vec3D& t2, const Vec3D& t3, int nx, int ny, int nz);
+
+  /// Puts together molecules that the faces of a cell with these lattice vectors (in Angstrom) have
+  /// cut: moves atoms by lattice vectors to places that are bonded to other atoms, until none can be
+  /// moved so. Ends the run where that has no end, as in a polymer or a network solid.
+  void AdjustCoordsToGetFewestFragmentsInCell(const Vec3D& t1, const Vec3D& t2, const Vec3D& t3);
+
+  /// Moves each fragment (atoms that are bonded, directly or through others) by at most one lattice
+  /// vector (in Angstrom), to bring its centre as close as possible to that of the first. Puts the
+  /// bonds into `tmpBonds` and prints the number of each atom's fragment, all on one line.
+  void AdjustCoordsToMakeFragmentClosest(const Vec3D& t1, const Vec3D& t2, const Vec3D& t3);
 
   // Merging.
 

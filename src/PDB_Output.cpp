@@ -1,4 +1,4 @@
-// Writing a molecule to a PDB file.
+// Writing a molecule to a PDB file, and its parameters.
 #include "Error.h"
 #include "PDB.h"
 #include "RunStatus.h"
@@ -64,6 +64,12 @@ void PDB::WritePDB(const std::string& path) {
   for (const Atom& atom : atoms) WriteAtomLine(atom, out);
   out.Text("END\n");
   out.Close();
+}
+
+void PDB::WriteNaiveParams(const std::string& path) const {
+  std::vector<Vec3D> coords;
+  GetCoords(coords);
+  topology.WriteNaiveParams(coords, path);
 }
 
 }  // namespace orvane

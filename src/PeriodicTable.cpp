@@ -153,7 +153,6 @@ constexpr std::array<Value, PeriodicTable::NumElements + 1> Column(Value Row::*f
   return column;
 }
 
-
 }  // namespace
 
 constexpr PeriodicTable::Array<const char*> PeriodicTable::ElementSymbols = Column(&Row::symbol);

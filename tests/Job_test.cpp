@@ -23,7 +23,7 @@ TEST(Job, KnowsTheModesThatAreBuilt) {
     modes.push_back(mode);
     EXPECT_NE(driver, nullptr) << mode;
   }
-  EXPECT_EQ(modes, (std::vector<std::string>{"check", "psf", "topol"}));
+  EXPECT_EQ(modes, (std::vector<std::string>{"check", "ligand", "psf", "topol"}));
 }
 
 TEST(Job, RefusesAnUnknownMode) {

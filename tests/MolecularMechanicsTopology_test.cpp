@@ -319,6 +319,42 @@ TEST(TopologyTerms, EndTheRunWhereABondListIsThatOfNoMolecule) {
             "Error occurs: The topology would have too many dihedrals.");
 }
 
+// Each atom is bonded to all the others.
+Terms BondsOnOneSpot(int atoms) {
+  Terms bonds;
+  for (int i = 0; i < atoms; ++i) {
+    for (int j = i + 1; j < atoms; ++j) bonds.push_back({i, j});
+  }
+  return bonds;
+}
+
+TEST(TopologyTerms, EndTheRunWhereAtomsLieOnOneSpot) {
+  EXPECT_EQ(MessageOf([] { TopologyOf(300, BondsOnOneSpot(300)).GetAngles(); }),
+            "Error occurs: The topology would have too many dihedrals.");
+  EXPECT_EQ(MessageOf([] { TopologyOf(1000, BondsOnOneSpot(1000)).GetAngles(); }),
+            "Error occurs: The topology would have too many angles.");
+}
+
+TEST(TopologyTerms, AreTooManyBeyondTheLimitOnly) {
+  const auto message = [](int atoms, const Terms& bonds) {
+    TermList list(2);
+    for (const std::vector<int>& bond : bonds) list.push_back(bond);
+    return MessageOf([&] { EndIfTooManyTerms(static_cast<std::size_t>(atoms), list); });
+  };
+  EXPECT_EQ(message(0, {}), "(the code returned)");
+  EXPECT_EQ(message(2, {{0, 1}}), "(the code returned)");
+  // One atom with 11585 bonds is the centre of 67,100,320 angles; one bond more makes 67,111,905.
+  Terms star;
+  for (int i = 1; i <= 11585; ++i) star.push_back({0, i});
+  EXPECT_EQ(message(11587, star), "(the code returned)");
+  star.push_back({11586, 0});
+  EXPECT_EQ(message(11587, star), "Error occurs: The topology would have too many angles.");
+  // 5778 bonds with 106 neighbours at each end, and 5886 bonds with 107.
+  EXPECT_EQ(message(108, BondsOnOneSpot(108)), "(the code returned)");
+  EXPECT_EQ(message(109, BondsOnOneSpot(109)),
+            "Error occurs: The topology would have too many dihedrals.");
+}
+
 // A topology as plain lists, merged by the plain rules.
 struct PlainTopology {
   std::vector<Topology::Atom> atoms;

@@ -1,0 +1,263 @@
+// The mode "ligand", run as the user runs it. The molecules hold an unbonded atom, which leaves
+// every atom with the first type of its element, whatever the networks were trained to.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "MolecularMechanicsTopology.h"
+#include "TestSupport.h"
+
+namespace orvane {
+namespace {
+
+namespace fs = std::filesystem;
+using testing_support::RunRavelo;
+using testing_support::RunResult;
+using testing_support::TemporaryFolder;
+using testing_support::WithoutPlace;
+
+using List = std::vector<std::string>;
+
+// Two carbon atoms on both sides of a face of the cell below, and a chloride.
+constexpr const char* kSplit = "3\nsplit\nC 0.5 0 0\nC 9.5 0 0\nCl 4 5 5\n";
+constexpr const char* kCell = "10 0 0 0 20 0 0 0 20";
+
+constexpr const char* kReport =
+    "Current state:\n"
+    "Molecule:                 m.xyz\n"
+    "Number of atoms:          3\n"
+    "Number of residues:       1\n"
+    " Number of amino acids:   0\n"
+    " Number of nucleic acids: 0\n"
+    " Number of waters:        0\n"
+    " Number of ions:          0\n"
+    " Number of ligands:       1\n"
+    "Guess topology and parameters ...\n";
+constexpr const char* kGuessed =
+    "Warning: Impropers cannot be generated automatically. You have to add them manually if "
+    "necessary.\n"
+    "Guess topology and parameters done.\n";
+constexpr const char* kChargeWarning =
+    "Warning: Please pay attention to the charges in PSF file. You may probably need to "
+    "recalculate them.\n"
+    "More information: https://orvane.example/ravelo/doc/tutorial-2.html\n";
+
+class LigandJob : public testing::Test {
+ protected:
+  // Runs the mode, which must end with status 0 and print nothing on standard error.
+  std::string Run(const List& options) {
+    List words{"ligand"};
+    words.insert(words.end(), options.begin(), options.end());
+    const RunResult result = RunRavelo(words, folder.path());
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    return WithoutPlace(result.out);
+  }
+
+  List Files() const {
+    List names;
+    for (const auto& entry : fs::directory_iterator(folder.path())) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  // Columns 31 to 54 of the atom lines of a PDB file.
+  List CoordsOf(const std::string& name) const {
+    List coords;
+    std::istringstream lines(folder.Read(name));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with("HETATM")) coords.push_back(line.substr(30, 24));
+    }
+    return coords;
+  }
+
+  MolecularMechanicsTopology TopologyOf(const std::string& name) const {
+    MolecularMechanicsTopology topology;
+    topology.LoadFromPSF(folder / name);
+    return topology;
+  }
+
+  TemporaryFolder folder;
+};
+
+TEST_F(LigandJob, NeedsAnInputFile) {
+  EXPECT_EQ(Run({}), "Error occurs: An input file must be given with \"-i\".");
+  EXPECT_EQ(Run({"-o", "x", "--pbc", kCell}),
+            "Error occurs: An input file must be given with \"-i\".");
+}
+
+TEST_F(LigandJob, WithoutACellOnlyTheMoleculeIsWritten) {
+  folder.Write("m.xyz", kSplit);
+  // The numbers of super cells are of no use then, and nothing is said of them.
+  EXPECT_EQ(Run({"-i", "m.xyz", "--super-cells", "1 2 3"}),
+            std::string("Read: m.xyz\nNo PBC is applied.\n") + kReport + kGuessed +
+                "Write PDB: m-ligand.pdb\n"
+                "Write PSF: m-ligand.psf\n"
+                "Write naive parameters: m-ligand-naive.prm\n"
+                "Total charge: -0.20000\n" +
+                kChargeWarning);
+  EXPECT_EQ(Files(), (List{"m-ligand-naive.prm", "m-ligand.pdb", "m-ligand.psf", "m.xyz"}));
+  EXPECT_EQ(CoordsOf("m-ligand.pdb"),
+            (List{"   0.500   0.000   0.000", "   9.500   0.000   0.000",
+                  "   4.000   5.000   5.000"}));
+  EXPECT_TRUE(TopologyOf("m-ligand.psf").GetBonds().empty());
+}
+
+TEST_F(LigandJob, ACellMakesMoleculesWholeAndASuperCell) {
+  folder.Write("m.xyz", kSplit);
+  EXPECT_EQ(Run({"-i", "m.xyz", "-o", "x", "--pbc", kCell, "--super-cells", "1 0 0"}),
+            std::string("Read: m.xyz\n"
+                        "PBC is provided:\n"
+                        "T1:     10.00000000      0.00000000      0.00000000\n"
+                        "T2:      0.00000000     20.00000000      0.00000000\n"
+                        "T3:      0.00000000      0.00000000     20.00000000\n"
+                        "Super cells: 1 0 0\n"
+                        "0 0 1 \n") +
+                kReport + kGuessed +
+                "Write PDB: x.pdb\n"
+                "Write PSF: x.psf\n"
+                "Write naive parameters: x-naive.prm\n"
+                "Total charge: -0.20000\n" +
+                kChargeWarning +
+                "Write PDB: x-sc.pdb\n"
+                "Write PSF: x-sc.psf\n");
+  EXPECT_EQ(Files(), (List{"m.xyz", "x-naive.prm", "x-sc.pdb", "x-sc.psf", "x.pdb", "x.psf"}));
+  // The first atom is moved to the second, and the chloride next to both.
+  const List home = {"  10.500   0.000   0.000", "   9.500   0.000   0.000",
+                     "  14.000   5.000   5.000"};
+  EXPECT_EQ(CoordsOf("x.pdb"), home);
+  List block = home;
+  block.insert(block.end(), {"   0.500   0.000   0.000", "  -0.500   0.000   0.000",
+                             "   4.000   5.000   5.000", "  20.500   0.000   0.000",
+                             "  19.500   0.000   0.000", "  24.000   5.000   5.000"});
+  EXPECT_EQ(CoordsOf("x-sc.pdb"), block);
+}
+
+TEST_F(LigandJob, NoBondOfTheSuperCellCrossesFromOneCellToTheNext) {
+  // In a chain along the cell, each cell's end touches the next cell.
+  folder.Write("m.xyz", "3\nsplit\nC 0 0 0\nC 1.4 0 0\nCl 0 9 9\n");
+  Run({"-i", "m.xyz", "-o", "x", "--pbc", "40 0 0 0 40 0 0 0 40", "--super-cells", "1 0 0"});
+  const MolecularMechanicsTopology topology = TopologyOf("x-sc.psf");
+  EXPECT_EQ(topology.GetBonds().flat(), (std::vector<int>{0, 1, 3, 4, 6, 7}));
+  ASSERT_EQ(topology.GetAtoms().size(), 9u);
+  const List names = {"C", "C", "Cl", "C", "C", "Cl", "C", "C", "Cl"};
+  const List types = {"CG1T1", "CG1T1", "CLGA1", "CG1T1", "CG1T1",
+                      "CLGA1", "CG1T1", "CG1T1", "CLGA1"};
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_EQ(topology.GetAtoms()[i].name, names[i]);
+    EXPECT_EQ(topology.GetAtoms()[i].type, types[i]);
+    EXPECT_EQ(topology.GetAtoms()[i].residue_sn, i / 3 + 1);
+  }
+}
+
+TEST_F(LigandJob, WithoutSuperCellsTheBlockIsTheCell) {
+  folder.Write("m.xyz", kSplit);
+  const std::string out = Run({"-i", "m.xyz", "-o", "x", "--pbc", kCell});
+  EXPECT_NE(out.find("\nSuper cells: 0 0 0\n0 0 1 \n"), std::string::npos);
+  EXPECT_EQ(folder.Read("x-sc.pdb"), folder.Read("x.pdb"));
+  EXPECT_EQ(folder.Read("x-sc.psf"), folder.Read("x.psf"));
+}
+
+TEST_F(LigandJob, CountsTheCellsOnBothSides) {
+  folder.Write("m.xyz", kSplit);
+  Run({"-i", "m.xyz", "-o", "x", "--pbc", kCell, "--super-cells", "1 1 1"});
+  EXPECT_EQ(CoordsOf("x-sc.pdb").size(), 3u * 27u);
+  EXPECT_EQ(TopologyOf("x-sc.psf").GetAtoms().size(), 3u * 27u);
+  Run({"-i", "m.xyz", "-o", "x", "--pbc", kCell, "--super-cells", "2 0 0"});
+  EXPECT_EQ(CoordsOf("x-sc.pdb").size(), 3u * 5u);
+  EXPECT_EQ(TopologyOf("x-sc.psf").GetAtoms().size(), 3u * 5u);
+}
+
+TEST_F(LigandJob, SixNumbersAreLengthsAndAngles) {
+  folder.Write("m.xyz", kSplit);
+  const std::string out = Run({"-i", "m.xyz", "-o", "x", "--pbc", "8 9.5 10 85 80 100"});
+  EXPECT_TRUE(out.starts_with("Read: m.xyz\n"
+                              "PBC is provided:\n"
+                              "A:          8.00000000 Angstrom\n"
+                              "B:          9.50000000 Angstrom\n"
+                              "C:         10.00000000 Angstrom\n"
+                              "Alpha:     85.00000000 Degree\n"
+                              "Beta:      80.00000000 Degree\n"
+                              "Gamma:    100.00000000 Degree\n"
+                              "T1:      8.00000000      0.00000000      0.00000000\n"
+                              "T2:     -1.64965769      9.35567365      0.00000000\n"
+                              "T3:      1.73648178      1.19119119      9.77577079\n"
+                              "Super cells: 0 0 0\n"))
+      << out;
+}
+
+TEST_F(LigandJob, AnUnknownElementIsNamed) {
+  folder.Write("m.xyz", "4\nunknown\nQq 0 0 0\nC 1 0 0\nZz 2 0 0\nQq 3 0 0\n");
+  const std::string out = Run({"-i", "m.xyz", "-o", "x"});
+  EXPECT_NE(out.find("Guess topology and parameters ...\n"
+                     "Warning: Atoms of unknown elements have no known radius and type: \"Qq\", "
+                     "\"Zz\".\n"
+                     "Warning: Impropers cannot"),
+            std::string::npos)
+      << out;
+  const MolecularMechanicsTopology topology = TopologyOf("x.psf");
+  EXPECT_TRUE(topology.GetBonds().empty());
+  EXPECT_EQ(topology.GetAtoms()[0].type, "X");
+  EXPECT_EQ(topology.GetAtoms()[0].charge, -1.0);
+  EXPECT_EQ(topology.GetAtoms()[1].type, "CG1T1");
+}
+
+TEST_F(LigandJob, AnAtomThatIsMeantToBeNoneIsNotWarnedOf) {
+  folder.Write("m.xyz", "2\ndummy\nX 0 0 0\nSi 9 0 0\n");
+  const std::string out = Run({"-i", "m.xyz", "-o", "x"});
+  EXPECT_EQ(out.find("unknown"), std::string::npos) << out;
+  EXPECT_NE(out.find("Total charge: -2.00000\n"), std::string::npos) << out;
+}
+
+TEST_F(LigandJob, AMoleculeWithoutAtomsIsWritten) {
+  folder.Write("m.pdb", "END\n");
+  const std::string out =
+      Run({"-i", "m.pdb", "-o", "x", "--pbc", kCell, "--super-cells", "9 2147483647 9"});
+  EXPECT_NE(out.find("\nSuper cells: 9 2147483647 9\n\nCurrent state:\n"), std::string::npos)
+      << out;
+  EXPECT_NE(out.find("\nTotal charge: 0.00000\n"), std::string::npos) << out;
+  EXPECT_TRUE(CoordsOf("x-sc.pdb").empty());
+  EXPECT_TRUE(TopologyOf("x-sc.psf").GetAtoms().empty());
+}
+
+TEST_F(LigandJob, ABlockThatIsTooLargeEndsTheRunBeforeTheWork) {
+  folder.Write("m.xyz", kSplit);
+  const std::string out = Run({"-i", "m.xyz", "--pbc", kCell, "--super-cells", "0 0 2147483647"});
+  EXPECT_TRUE(out.ends_with("Super cells: 0 0 2147483647\n"
+                            "Error occurs: The super cells 0 0 2147483647 are too many: there "
+                            "would be more than 2147483647 atoms."))
+      << out;
+  EXPECT_EQ(Files(), List{"m.xyz"});
+}
+
+TEST_F(LigandJob, AtomsOnOneSpotEndTheRunBeforeAFileIsWritten) {
+  const auto run = [&](int atoms) {
+    std::string text = std::to_string(atoms) + "\nspot\n";
+    for (int i = 0; i < atoms; ++i) text += "C 0 0 0\n";
+    folder.Write("m.xyz", text);
+    return Run({"-i", "m.xyz"});
+  };
+  EXPECT_TRUE(run(300).ends_with("Guess topology and parameters ...\n"
+                                 "Error occurs: The topology would have too many dihedrals."));
+  EXPECT_TRUE(run(1000).ends_with("Guess topology and parameters ...\n"
+                                  "Error occurs: The topology would have too many angles."));
+  EXPECT_EQ(Files(), List{"m.xyz"});
+}
+
+TEST_F(LigandJob, FilesThatCannotBeReadOrWrittenEndTheRun) {
+  EXPECT_TRUE(Run({"-i", "no.xyz"}).starts_with("Read: no.xyz\nError occurs: "));
+  folder.Write("m.xyz", kSplit);
+  EXPECT_TRUE(Run({"-i", "m.xyz", "-o", "no/x"})
+                  .ends_with("Write PDB: no/x.pdb\nError occurs: Cannot save the molecule to a PDB "
+                             "file \"no/x.pdb\"."));
+  EXPECT_EQ(Files(), List{"m.xyz"});
+}
+
+}  // namespace
+}  // namespace orvane

@@ -1,0 +1,196 @@
+#!/usr/bin/env python3
+"""Checks what the training computes against plain versions of the same.
+
+    python3 training/check_kernel.py
+
+Loss and gradients of the kernel, over classes of surroundings in single precision, are compared
+with those of PyTorch's automatic differentiation over every atom in double precision; the folded
+network, computed as the program computes, with the trained one; and ring classes with those found
+by trying all paths.
+
+The exit status is 1 if anything differs and 77 where PyTorch, a C++ compiler or Eigen is missing.
+"""
+
+import argparse
+import sys
+
+import one_thread  # noqa: F401  ahead of numpy and torch
+
+try:
+    import numpy as np
+    import torch
+except ImportError:
+    np = None
+
+SKIPPED = 77
+NUM_MOLECULES = 40
+ELEMENTS = (1, 6, 7)
+EXPONENTS = (0.0, 0.7)
+TOLERANCE = 1e-4        # of the largest number, in single precision
+FOLDED_TOLERANCE = 1e-5  # of probabilities, with weights of eight decimals
+
+
+def plain_powers(atoms):
+    """The normalised adjacency of all atoms, to the powers 0, 1 and 2, as dense matrices."""
+    size = len(atoms.elements)
+    adjacency = np.zeros((size, size))
+    for i, j in atoms.bonds:
+        adjacency[i, j] = adjacency[j, i] = 1.0
+    scales = adjacency.sum(axis=0) ** -0.5
+    normalised = scales[:, np.newaxis] * adjacency * scales
+    return [torch.eye(size, dtype=torch.float64), torch.from_numpy(normalised),
+            torch.from_numpy(normalised @ normalised)]
+
+
+def plain_outputs(powers, inputs, network):
+    def hops(values):
+        return torch.cat([power @ values for power in powers], dim=1)
+    hidden = torch.relu(inputs @ network[0] + network[1])
+    hidden = torch.relu(hops(hidden) @ network[2] + network[3])
+    return hops(hidden) @ network[4] + network[5]
+
+
+def plain_probabilities(outputs, atoms, element, chosen, allowed_types):
+    """The softmax over the types that each atom's ring class allows."""
+    rule = torch.full(outputs.shape, -torch.inf, dtype=torch.float64)
+    for i in chosen:
+        rule[i, allowed_types(element, atoms.rings[i])] = 0.0
+    return torch.softmax(outputs[chosen] + rule[chosen], dim=1)
+
+
+def plain_loss(probabilities, labels, weights, q):
+    right = probabilities[torch.arange(len(labels)), labels]
+    losses = -torch.log(right) if q == 0.0 else (1.0 - right ** q) / q
+    return (weights * losses).sum()
+
+
+def plain_ring_classes(num_atoms, bonds):
+    """5 or 6 for an atom whose smallest cycle has this length, by trying all paths from it."""
+    neighbours = [[] for _ in range(num_atoms)]
+    for i, j in bonds:
+        neighbours[i].append(j)
+        neighbours[j].append(i)
+
+    def closes(path, length):
+        if len(path) == length:
+            return path[0] in neighbours[path[-1]]
+        return any(closes([*path, other], length) for other in neighbours[path[-1]]
+                   if other not in path)
+
+    smallest = [next((length for length in range(3, 7) if closes([atom], length)), 0)
+                for atom in range(num_atoms)]
+    return [length if length in (5, 6) else 0 for length in smallest]
+
+
+class Check:
+    def __init__(self):
+        # Imported here: without PyTorch this script has to say that it skips.
+        import folding
+        import molecules
+        import surroundings
+        from evaluate_weights import calc_probabilities
+        from student import first_network
+        self._folding, self._molecules, self._surroundings = folding, molecules, surroundings
+        self._calc_probabilities, self._first_network = calc_probabilities, first_network
+        self._published = (molecules.read_published(molecules.SPECIAL)
+                           + molecules.read_published(molecules.VALIDATION, NUM_MOLECULES))
+        self._atoms = molecules.published_atoms(self._published, molecules.TRAIN)
+        self._all = surroundings.Surroundings(self._atoms)
+        self._powers = plain_powers(self._atoms)
+        self._random = np.random.default_rng(1)
+        self.num_faults = 0
+
+    def _compare(self, what, actual, expected, tolerance):
+        actual, expected = np.asarray(actual, float), np.asarray(expected, float)
+        scale = max(np.abs(expected).max(), 1e-30)
+        difference = np.abs(actual - expected).max() / scale
+        if not difference <= tolerance:
+            self.num_faults += 1
+            print(f"{what}: a difference of {difference:.2e} of the largest number",
+                  file=sys.stderr)
+
+    def _network(self, element):
+        return self._first_network(len(self._molecules.tables.names[element]), self._random)
+
+    def _whitened_inputs(self):
+        own = torch.from_numpy(self._atoms.elements.astype(float))[:, None]
+        inputs = torch.cat([power @ own for power in self._powers], dim=1).numpy()
+        mean, matrix = self._all.whitening()
+        self._compare("means of the inputs", mean, inputs.mean(axis=0), 1e-9)
+        self._compare("whitened inputs", np.cov(((inputs - mean) @ matrix).T), np.eye(3), 1e-6)
+        return torch.from_numpy((inputs - mean) @ matrix)
+
+    def gradients(self, element, q):
+        atoms = self._atoms
+        chosen = np.flatnonzero((atoms.elements == element) & (atoms.labels >= 0))
+        weights = self._random.random(len(chosen))
+        network = self._network(element)
+        batch = self._surroundings.Batch(self._all, element, chosen, weights)
+        loss, gradient = batch.loss_and_gradient(network, q)
+
+        plain = [torch.tensor(array, dtype=torch.float64, requires_grad=True) for array in network]
+        outputs = plain_outputs(self._powers, self._whitened_inputs(), plain)
+        probabilities = plain_probabilities(outputs, atoms, element, chosen,
+                                            self._molecules.allowed_types)
+        labels = torch.from_numpy(atoms.labels[chosen].astype(np.int64))
+        expected = plain_loss(probabilities, labels, torch.from_numpy(weights), q)
+        expected.backward()
+        what = f"element {element}, q {q}: "
+        self._compare(what + "loss", loss, expected.item(), TOLERANCE)
+        self._compare(what + "loss alone", batch.loss(network, q), loss, TOLERANCE)
+        names = ("weights 1", "bias 1", "weights 2", "bias 2", "weights 3", "bias 3")
+        for name, actual, array in zip(names, gradient, plain):
+            self._compare(what + name, actual, array.grad.numpy(), TOLERANCE)
+
+        right = (probabilities.argmax(dim=1) == labels).numpy()
+        share = np.average(batch.is_right(network), weights=batch.weights)
+        self._compare(what + "accuracy", share, np.average(right, weights=weights), TOLERANCE)
+
+    def folded_network(self, element):
+        """Probabilities of the folded network among the allowed types, whose outputs it shifts."""
+        network = self._network(element)
+        plain = [torch.tensor(array, dtype=torch.float64) for array in network]
+        outputs = plain_outputs(self._powers, self._whitened_inputs(), plain)
+        # A margin so large that no output is set to zero.
+        folded = self._folding.folded(self._all, element, network, 200.0)
+        layers = [(list(matrices), bias) for *matrices, bias in self._folding.layers_of(folded)]
+        actual = []
+        for molecule in self._published:
+            for atom, probabilities in enumerate(self._calc_probabilities(
+                    {element: layers}, molecule.elements, molecule.bonds)):
+                if molecule.elements[atom] == element:
+                    actual.append(probabilities)
+        expected = torch.softmax(outputs[self._atoms.elements == element], dim=1)
+        self._compare(f"element {element}: probabilities of the folded network", actual, expected,
+                      FOLDED_TOLERANCE)
+
+    def rings(self):
+        data = self._molecules.evaluation_form(self._published)
+        for molecule in data:
+            self._compare(f"{molecule['name']}: ring classes", molecule["ring"],
+                          plain_ring_classes(len(molecule["elements"]), molecule["bonds"]), 0.0)
+
+
+def main():
+    argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0]).parse_args()
+    if np is None:
+        print("numpy or PyTorch is not there: nothing is checked, skipped")
+        return SKIPPED
+    from kernels import missing_tool
+    if missing_tool():
+        print(f"{missing_tool()} is not there: nothing is checked, skipped")
+        return SKIPPED
+    torch.set_num_threads(1)
+    check = Check()
+    check.rings()
+    for element in ELEMENTS:
+        for q in EXPONENTS:
+            check.gradients(element, q)
+        check.folded_network(element)
+    if check.num_faults == 0:
+        print("loss, gradients, folded networks and ring classes are as in the plain versions")
+    return 1 if check.num_faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,76 @@
+"""SOAP: Adam in the eigenbasis of Shampoo's preconditioner (Vyas et al., arXiv 2409.11321).
+
+A matrix of weights keeps running averages L of G G^T and R of G^T G over its gradients G. Adam runs
+on the gradients turned into the eigenvectors of both, where its scale for each number fits best.
+The matrices here are small, so that the turning costs little and a third of Adam's steps do.
+"""
+
+import numpy as np
+
+EPSILON = 1e-8
+BASIS_EVERY = 10  # steps between two updates of the eigenvectors
+
+
+def _product(*matrices):
+    result = matrices[0]
+    for matrix in matrices[1:]:
+        result = result @ matrix
+    return result
+
+
+class _State:
+    """What is kept for one matrix."""
+
+    def __init__(self, gradient):
+        self.left, self.right = gradient @ gradient.T, gradient.T @ gradient
+        self.left_basis = np.linalg.eigh(self.left.astype(np.float64))[1].astype(np.float32)
+        self.right_basis = np.linalg.eigh(self.right.astype(np.float64))[1].astype(np.float32)
+        self.mean = np.zeros_like(gradient)
+        self.variance = np.zeros_like(gradient)  # of the turned gradients
+
+    def turned(self, matrix):
+        return _product(self.left_basis.T, matrix, self.right_basis)
+
+    def turned_back(self, matrix):
+        return _product(self.left_basis, matrix, self.right_basis.T)
+
+    def follow_basis(self):
+        """One step of the power iteration brings the old eigenvectors to the new averages."""
+        for average, name in ((self.left, "left_basis"), (self.right, "right_basis")):
+            turned = average.astype(np.float64) @ getattr(self, name)
+            setattr(self, name, np.linalg.qr(turned)[0].astype(np.float32))
+
+
+class Soap:
+    """Changes float32 arrays in place; vectors count as matrices of one row."""
+
+    def __init__(self, weights, momentum, second_momentum):
+        self._weights = weights
+        self._states = [None] * len(weights)
+        self._momentum = np.float32(momentum)
+        self._second_momentum = np.float32(second_momentum)
+        self._steps = 0
+
+    def step(self, gradients, rate):
+        """One step against the gradients. The first one only makes the eigenvectors."""
+        corrections = [1.0 - float(momentum) ** self._steps
+                       for momentum in (self._momentum, self._second_momentum)]
+        self._steps += 1
+        for i, (weights, gradient) in enumerate(zip(self._weights, gradients)):
+            gradient = np.atleast_2d(gradient)
+            if self._states[i] is None:
+                self._states[i] = _State(gradient)
+                continue
+            self._update(self._states[i], weights, gradient, rate, corrections)
+
+    def _update(self, state, weights, gradient, rate, corrections):
+        turned = state.turned(gradient)
+        state.mean += (1 - self._momentum) * (gradient - state.mean)
+        state.variance += (1 - self._second_momentum) * (turned * turned - state.variance)
+        scale = np.sqrt(state.variance / np.float32(corrections[1])) + np.float32(EPSILON)
+        update = state.turned_back(state.turned(state.mean) / np.float32(corrections[0]) / scale)
+        weights -= np.float32(rate) * update.reshape(weights.shape)
+        state.left += (1 - self._momentum) * (gradient @ gradient.T - state.left)
+        state.right += (1 - self._momentum) * (gradient.T @ gradient - state.right)
+        if self._steps % BASIS_EVERY == 0:
+            state.follow_basis()

@@ -1,0 +1,116 @@
+"""All settings of the training in one place."""
+
+from dataclasses import dataclass, replace
+
+
+@dataclass(frozen=True)
+class TeacherSettings:
+    """The larger networks that type the variants; their probabilities are averaged."""
+    seeds: tuple = (1,)     # one network for each
+    width: int = 64         # channels of an atom
+    layers: int = 7         # bonds that an atom's surroundings reach
+    epochs: int = 8
+    repeats: int = 6        # how often an epoch shows each molecule with published types
+    batch_atoms: int = 3000  # heavy atoms in a step
+    rate: float = 2e-3
+
+
+@dataclass(frozen=True)
+class VariantSettings:
+    """Molecules made from those with published types."""
+    seed: int = 1
+    per_molecule: int = 80  # attempts
+    edit_counts: tuple = (1, 1, 2, 2, 3)  # one of these is drawn for each variant
+    largest: int = 70       # atoms
+    confidence: float = 0.7  # a type that the teacher thinks less probable is no label
+
+
+@dataclass(frozen=True)
+class StudentSettings:
+    """One of the program's networks. Of several seeds the network with the lowest loss is taken."""
+    steps: int
+    seeds: tuple = (1,)
+    # Drug-like molecules and variants are dealt into as many groups, one of which is in each step;
+    # those with published types into fewer. Special molecules are in every step.
+    groups: int = 32
+    published_groups: int = 4
+    # Shares of the sources in the loss; the atoms of a source have equal weights but those of
+    # special molecules.
+    published_share: float = 0.10
+    drug_like_share: float = 0.30
+    variant_share: float = 0.60
+    special_weight: float = 5.0
+    # The loss is -log p at first and becomes (1 - p^q) / q between two fractions of the steps.
+    q: float = 0.7
+    q_start: float = 0.05
+    q_end: float = 0.5
+    # The rate rises over the first steps and falls by a cosine.
+    rate: float = 0.03
+    rate_rise_steps: int = 100
+    averaging: float = 0.998  # of the weights, at each step
+    momentum: float = 0.95
+    second_momentum: float = 0.95
+    report_every: int = 1000
+
+
+@dataclass(frozen=True)
+class Settings:
+    with_validation: bool
+    teacher: TeacherSettings
+    variants: VariantSettings
+    students: dict  # atomic number -> StudentSettings
+    # The least of the highest allowed outputs over all atoms to train with, see folding.py.
+    output_margin: float = 10.0
+    # Molecules to read, None for all.
+    published_limit: int = None
+    drug_like_limit: int = None
+
+
+SHIPPED_WITH_VALIDATION = True
+
+# In the order in which they are trained: the longest first, so that two processes end together.
+# Boron and iodine have one type each and nothing to learn.
+STUDENTS = {
+    6: StudentSettings(steps=30000, groups=96),
+    1: StudentSettings(steps=15000, groups=96),
+    7: StudentSettings(steps=10000, groups=32),
+    8: StudentSettings(steps=10000, groups=32),
+    16: StudentSettings(steps=4000, groups=16),
+    9: StudentSettings(steps=3000, groups=8),
+    17: StudentSettings(steps=3000, groups=8),
+    35: StudentSettings(steps=3000, groups=4),
+    15: StudentSettings(steps=3000, groups=4),
+    5: StudentSettings(steps=0),
+    53: StudentSettings(steps=0),
+}
+
+FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(), VariantSettings(), STUDENTS)
+
+
+def trial_of(settings):
+    """The same in small, to see in minutes that everything runs. Its networks are of no use."""
+    students = {element: replace(student, steps=min(student.steps, 50), groups=2, report_every=25)
+                for element, student in settings.students.items()}
+    return replace(settings, students=students, published_limit=300, drug_like_limit=600,
+                   teacher=replace(settings.teacher, epochs=1, repeats=1, width=32, layers=3),
+                   variants=replace(settings.variants, per_molecule=2, confidence=0.1))
+
+
+def add_arguments(parser):
+    parser.add_argument("--without-validation", action="store_true",
+                        help="leave the validation molecules out of the training")
+    parser.add_argument("--trial", action="store_true",
+                        help="few molecules and steps, to see that everything runs")
+
+
+def settings_of(arguments):
+    settings = FULL
+    if arguments.without_validation:
+        settings = replace(settings, with_validation=False)
+    return trial_of(settings) if arguments.trial else settings
+
+
+def arguments_of(arguments):
+    """The command line that `add_arguments` reads as these arguments."""
+    return [option for option, given in (("--without-validation", arguments.without_validation),
+                                         ("--trial", arguments.trial)) if given]

@@ -1,0 +1,179 @@
+#!/usr/bin/env python3
+"""Trains the program's network of one element.
+
+    python3 training/student.py --work DIR --element 6      trains carbon's: DIR/student-6.npz
+
+DIR/surroundings.npz must be there; train.py makes it and calls this.
+"""
+
+import argparse
+import math
+import sys
+import time
+from pathlib import Path
+
+import one_thread  # noqa: F401  ahead of numpy
+import numpy as np
+
+from folding import empty_network, folded
+from molecules import (DRUG_LIKE, NO_LABEL, PUBLISHED_SETS, SPECIAL, TRAIN, VALIDATION, VARIANT,
+                       tables)
+from optimiser import Soap
+from settings import add_arguments, settings_of
+from surroundings import HIDDEN_CHANNELS, HOPS, Batch, load_surroundings
+
+# Standard deviations of the numbers that a network starts with.
+FIRST_WEIGHTS, FIRST_BIAS = 0.8, 0.5
+SECOND_WEIGHTS, THIRD_WEIGHTS = (2.0 / 24.0) ** 0.5, (1.0 / 24.0) ** 0.5
+
+
+def first_network(num_types, random):
+    size = HOPS * HIDDEN_CHANNELS
+    network = [random.standard_normal((HOPS, HIDDEN_CHANNELS)) * FIRST_WEIGHTS,
+               random.standard_normal(HIDDEN_CHANNELS) * FIRST_BIAS,
+               random.standard_normal((size, HIDDEN_CHANNELS)) * SECOND_WEIGHTS,
+               np.zeros(HIDDEN_CHANNELS),
+               random.standard_normal((size, num_types)) * THIRD_WEIGHTS,
+               np.zeros(num_types)]
+    return [array.astype(np.float32) for array in network]
+
+
+class Lessons:
+    """The batches to train with, and those to look at."""
+
+    def __init__(self, surroundings, element, settings, with_validation):
+        self._surroundings, self._element = surroundings, element
+        atoms = surroundings.atoms
+        self._labelled = (atoms.elements == element) & (atoms.labels != NO_LABEL)
+        published = [source for source in PUBLISHED_SETS
+                     if with_validation or source != VALIDATION]
+        self._published = np.flatnonzero(self._labelled & np.isin(atoms.sources, published))
+        self._drug_like = np.flatnonzero(self._labelled & (atoms.sources == DRUG_LIKE)
+                                         & ~atoms.held_out())
+        self._variants = np.flatnonzero(self._labelled & (atoms.sources == VARIANT))
+        # Dealt alike for all seeds: they differ in the start of the network only.
+        self._deal = np.random.default_rng(0).permutation(atoms.num_molecules())
+        self.batches = [self._batch(group, settings) for group in range(settings.groups)]
+        self._shown = [("validation", *self._evaluated(atoms.sources == VALIDATION)),
+                       ("train", *self._evaluated(atoms.sources == TRAIN)),
+                       ("drug-like", *self._evaluated(atoms.held_out()))]
+
+    def _of_group(self, atoms, group, groups):
+        molecules = self._surroundings.atoms.molecules[atoms]
+        return atoms[self._deal[molecules] % groups == group % groups]
+
+    def _batch(self, group, settings):
+        special = self._surroundings.atoms.sources[self._published] == SPECIAL
+        published = np.concatenate([
+            self._of_group(self._published[~special], group, settings.published_groups),
+            self._published[special]])
+        weights = np.ones(len(published))
+        weights[len(published) - np.count_nonzero(special):] = settings.special_weight
+        parts = [(published, weights, settings.published_share)]
+        for atoms, share in ((self._drug_like, settings.drug_like_share),
+                             (self._variants, settings.variant_share)):
+            atoms = self._of_group(atoms, group, settings.groups)
+            parts.append((atoms, np.ones(len(atoms)), share))
+        parts = [(atoms, weights * (share / weights.sum())) for atoms, weights, share in parts
+                 if len(atoms)]
+        if not parts:
+            raise ValueError(f"no atoms of element {self._element} in group {group}: fewer groups")
+        return Batch(self._surroundings, self._element, *map(np.concatenate, zip(*parts)))
+
+    def _evaluated(self, chosen):
+        """(batch with a weight of one for each atom, which rows have their true type)."""
+        atoms = np.flatnonzero(self._labelled & chosen)
+        if not len(atoms):
+            return None, None
+        batch = Batch(self._surroundings, self._element, atoms, np.ones(len(atoms)))
+        return batch, self._surroundings.atoms.reachable[batch.atoms]
+
+    def accuracy(self, network):
+        """Shares of right answers as text: where the true type is allowed, and where it is not."""
+        words = []
+        for name, batch, reachable in self._shown:
+            if batch is None:
+                continue
+            right = batch.is_right(network)
+            words.append(name)
+            for rows in (reachable, ~reachable):
+                if rows.any():
+                    words.append(f"{np.average(right[rows], weights=batch.weights[rows]):.4f}")
+        return " ".join(words)
+
+
+def exponent(settings, done):
+    """q of the loss when this fraction of the steps is done; 0 stands for the cross entropy."""
+    rise = (done - settings.q_start) / (settings.q_end - settings.q_start)
+    return settings.q * min(1.0, max(0.0, rise))
+
+
+def train(lessons, num_types, settings, seed, last_step=None):
+    """The running average of the network over the steps, and its loss over all batches.
+
+    With `last_step`, the training is broken off there.
+    """
+    random = np.random.default_rng(seed)
+    network = first_network(num_types, random)
+    average = [array.copy() for array in network]
+    optimiser = Soap(network, settings.momentum, settings.second_momentum)
+    begin, losses = time.time(), []
+    for step in range(last_step or settings.steps):
+        if step % settings.groups == 0:
+            order = random.permutation(settings.groups)
+        done = step / settings.steps
+        batch = lessons.batches[order[step % settings.groups]]
+        loss, gradient = batch.loss_and_gradient(network, exponent(settings, done))
+        rise = min(1.0, (step + 1) / settings.rate_rise_steps)
+        optimiser.step(gradient, settings.rate * rise * 0.5 * (1.0 + math.cos(math.pi * done)))
+        share = np.float32(1.0 - min(settings.averaging, (step + 1) / (step + 20)))
+        for slow, fast in zip(average, network):
+            slow += share * (fast - slow)
+        losses.append(loss)
+        if (step + 1) % settings.report_every == 0:
+            print(f"seed {seed}, step {step + 1}, {time.time() - begin:.0f} s: "
+                  f"loss {np.mean(losses):.4f}, {lessons.accuracy(average)}", flush=True)
+            losses.clear()
+    q = exponent(settings, 1.0)
+    return average, np.mean([batch.loss(average, q) for batch in lessons.batches])
+
+
+def student_path(work, element):
+    return Path(work) / f"student-{element}.npz"
+
+
+def read_student(work, element):
+    with np.load(student_path(work, element)) as arrays:
+        return [arrays[f"arr_{i}"] for i in range(6)]
+
+
+def best_network(surroundings, element, settings):
+    """The network of the seed with the lowest loss, in the program's form."""
+    student = settings.students[element]
+    num_types = len(tables.names[element])
+    if num_types == 1:
+        return empty_network(num_types)
+    lessons = Lessons(surroundings, element, student, settings.with_validation)
+    trained = [train(lessons, num_types, student, seed) for seed in student.seeds]
+    for seed, (_, loss) in zip(student.seeds, trained):
+        print(f"seed {seed}: loss {loss:.5f}")
+    network, _ = min(trained, key=lambda pair: pair[1])
+    print("at the end:", lessons.accuracy(network), flush=True)
+    return folded(surroundings, element, network, settings.output_margin)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
+    parser.add_argument("--work", type=Path, required=True, metavar="DIR")
+    parser.add_argument("--element", type=int, required=True, help="atomic number")
+    add_arguments(parser)
+    arguments = parser.parse_args()
+
+    surroundings = load_surroundings(arguments.work / "surroundings.npz")
+    network = best_network(surroundings, arguments.element, settings_of(arguments))
+    np.savez(student_path(arguments.work, arguments.element), *network)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,210 @@
+#!/usr/bin/env python3
+"""Trains the networks that type atoms, from the data to the program's source file.
+
+    python3 training/train.py --work DIR --output src/AtomTyperWeights.cpp
+    python3 training/train.py --work DIR --without-validation
+
+The settings stand in settings.py. DIR gets what the stages leave behind, weights.json, the source
+file (if --output names no other) and train.log. A stage whose results lie there, made with the same
+settings, is not run again: an interrupted training goes on where it was. After changes to data or
+code, take another folder.
+"""
+
+import argparse
+import contextlib
+import dataclasses
+import io
+import json
+import subprocess
+import sys
+import time
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+import one_thread  # noqa: F401  ahead of numpy and torch
+import numpy as np
+
+import folding
+import write_weights
+from evaluate_weights import calc_probabilities, print_accuracy, read_networks, read_substitutes
+from molecules import (DATA, EXTRA, NO_LABEL, PUBLISHED_SETS, SET_NAMES, SPECIAL, TRAIN, VALIDATION,
+                       VARIANT, bare_atoms, drug_like_atoms, evaluation_form, joined, load_atoms,
+                       published_atoms, read_published, tables)
+from settings import add_arguments, arguments_of, settings_of
+from student import read_student
+from surroundings import Surroundings
+from variants import variants_of
+
+PROCESSES = 2
+SCRIPTS = Path(__file__).resolve().parent
+
+
+class Log:
+    """Lines on the screen and in a file."""
+
+    def __init__(self, path):
+        self._path = path
+        self._begin = time.time()
+
+    def __call__(self, text):
+        # Written at once, line end and all: two stages may be at it.
+        line = f"{time.time() - self._begin:7.0f} s  {text}\n"
+        print(line, end="", flush=True)
+        with open(self._path, "a", encoding="utf-8") as file:
+            file.write(line)
+
+
+class Training:
+    def __init__(self, work, settings, options):
+        self._work, self._settings, self._options = work, settings, options
+        self._log = Log(work / "train.log")
+
+    def run(self):
+        settings = self._settings
+        key = [settings.published_limit, settings.drug_like_limit]
+        self._stage("atoms", key, self._make_atoms)
+
+        key = key + [settings.with_validation, dataclasses.asdict(settings.teacher)]
+        self._side_by_side([
+            (f"teacher-{seed}", key, ["teacher.py", "--seed", str(seed)])
+            for seed in settings.teacher.seeds])
+
+        key = key + [dataclasses.asdict(settings.variants)]
+        self._stage("surroundings", key, self._make_surroundings)
+
+        self._side_by_side([
+            (f"student-{element}", key + [dataclasses.asdict(student), settings.output_margin],
+             ["student.py", "--element", str(element)])
+            for element, student in settings.students.items()])
+
+    def _stage(self, name, key, function):
+        """Runs a stage unless it has been run with the same settings."""
+        mark, text = self._work / f"{name}.done", json.dumps(key)
+        if mark.exists() and mark.read_text(encoding="utf-8") == text:
+            self._log(f"{name}: is there")
+            return
+        mark.unlink(missing_ok=True)
+        self._log(f"{name} ...")
+        function()
+        mark.write_text(text, encoding="utf-8")
+        self._log(f"{name}: done")
+
+    def _side_by_side(self, tasks):
+        """Runs scripts in processes of their own; what they print goes to a log file for each."""
+        def run(task):
+            name, key, command = task
+            self._stage(name, key, lambda: self._run_script(name, command))
+        with ThreadPoolExecutor(PROCESSES) as pool:
+            try:
+                list(pool.map(run, tasks))
+            except RuntimeError:
+                pool.shutdown(cancel_futures=True)
+                raise
+
+    def _run_script(self, name, command):
+        path = self._work / f"{name}.log"
+        with open(path, "w", encoding="utf-8") as file:
+            status = subprocess.run(
+                [sys.executable, str(SCRIPTS / command[0]), *command[1:], "--work",
+                 str(self._work), *self._options], stdout=file, stderr=subprocess.STDOUT,
+                check=False).returncode
+        lines = path.read_text(encoding="utf-8").splitlines()
+        if status != 0:
+            raise RuntimeError(f"{name} has failed, see {path}: {lines[-1] if lines else status}")
+        for line in lines[-1:]:
+            self._log(f"{name}: {line}")
+
+    def _published(self, source):
+        return read_published(source, self._settings.published_limit)
+
+    def _make_atoms(self):
+        parts = [published_atoms(self._published(source), source) for source in PUBLISHED_SETS]
+        parts.append(drug_like_atoms(self._settings.drug_like_limit))
+        for name, part in zip(SET_NAMES, parts):
+            self._log(f"{name}: {part.num_molecules()} molecules, {len(part.elements)} atoms, "
+                      f"{np.count_nonzero(part.labels != NO_LABEL)} labels")
+        joined(parts).save(self._work / "atoms.npz")
+
+    def _make_surroundings(self):
+        with np.load(self._work / "atoms.npz") as arrays:
+            atoms = load_atoms(arrays)
+        if self._settings.variants.per_molecule:
+            atoms = joined([atoms, self._labelled_variants()])
+        surroundings = Surroundings(atoms)
+        self._log("classes of 2, 4 and 6 bonds: "
+                  + ", ".join(str(len(examples)) for examples in surroundings.examples))
+        surroundings.save(self._work / "surroundings.npz")
+
+    def _labelled_variants(self):
+        # Imported here: the teacher needs torch, which the other stages can do without.
+        import teacher
+        sources = [source for source in (TRAIN, VALIDATION, EXTRA, SPECIAL)
+                   if self._settings.with_validation or source != VALIDATION]
+        graphs = [(molecule.elements, molecule.bonds) for source in sources
+                  for molecule in self._published(source)]
+        atoms = bare_atoms(variants_of(graphs, self._settings.variants), VARIANT)
+        teachers = [teacher.load(teacher.teacher_path(self._work, seed), self._settings.teacher)
+                    for seed in self._settings.teacher.seeds]
+        teacher.label(atoms, teachers, self._settings.variants.confidence)
+        self._log(f"variants: {atoms.num_molecules()} molecules, {len(atoms.elements)} atoms, "
+                  f"{np.count_nonzero(atoms.labels != NO_LABEL)} labels")
+        return atoms
+
+    def write_weights(self, output, note):
+        """Writes the networks as JSON and as the program's source file."""
+        networks = {element: read_student(self._work, element) for element in tables.names}
+        data = folding.json_form(networks, note=note)
+        (self._work / "weights.json").write_text(json.dumps(data), encoding="utf-8")
+        write_weights.write_source(output, write_weights.networks_of_json(data), note)
+        least = min(array.min() for network in networks.values() for array in network)
+        most = max(array.max() for network in networks.values() for array in network)
+        self._log(f"{output}: numbers from {least:.2f} to {most:.2f}")
+
+    def evaluate(self, path):
+        """Prints how the written networks do, computed as the program computes."""
+        networks = read_networks(path)
+        substitutes = read_substitutes(DATA / "substitutes.tsv")
+        for source in PUBLISHED_SETS:
+            molecules = evaluation_form(self._published(source))
+            with contextlib.redirect_stdout(io.StringIO()) as table:
+                print_accuracy(networks, tables, molecules, substitutes)
+            self._log(f"{SET_NAMES[source]}\n{table.getvalue()}")
+        for molecule in evaluation_form(read_published(SPECIAL)):
+            for i, name in enumerate(assigned_types(networks, molecule)):
+                if name != molecule["types"][i]:
+                    self._log(f"WRONG: atom {i} of {molecule['name']} is {name} instead of "
+                              f"{molecule['types'][i]}")
+
+
+def assigned_types(networks, molecule):
+    probabilities = calc_probabilities(networks, molecule["elements"], molecule["bonds"])
+    return [tables.assign(element, ring, probability) for element, ring, probability
+            in zip(molecule["elements"], molecule["ring"], probabilities)]
+
+
+def note_of(settings, options):
+    trained_on = "with" if settings.with_validation else "without"
+    command = " ".join(["training/train.py", *options])
+    return f"Trained {trained_on} the validation molecules by {command}; see training/README.md."
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
+    parser.add_argument("--work", type=Path, required=True, metavar="DIR",
+                        help="folder for what is made on the way")
+    parser.add_argument("--output", type=Path, help="the source file to write")
+    add_arguments(parser)
+    arguments = parser.parse_args()
+
+    arguments.work.mkdir(parents=True, exist_ok=True)
+    settings, options = settings_of(arguments), arguments_of(arguments)
+    output = arguments.output or arguments.work / "AtomTyperWeights.cpp"
+    training = Training(arguments.work, settings, options)
+    training.run()
+    training.write_weights(output, note_of(settings, options))
+    training.evaluate(output)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,353 @@
+"""Molecules made from others by edits that keep all valences.
+
+The molecules with published types are few, and most chemistry around their atoms occurs once. Edits
+put the same groups next to other ones: swapping an element, replacing a hydrogen or an end,
+lengthening and shortening chains, closing and opening rings, joining molecules. Bond orders are
+unknown; an edit looks at neighbours and hydrogens only and leaves multiple bonds as they are. Now
+and then a variant is no likely compound. The teacher then has its doubts, and what it doubts is not
+used.
+"""
+
+import random
+
+H, B, C, N, O, F, P, S, CL, BR, I = 1, 5, 6, 7, 8, 9, 15, 16, 17, 35, 53
+SYMBOLS = {"C": C, "N": N, "O": O, "F": F, "P": P, "S": S, "Cl": CL, "Br": BR, "I": I}
+HETERO = (N, O, F, S, CL, BR, I)
+
+# Groups as heavy atoms, the first of which is bound to the molecule: element, hydrogens, and behind
+# @ the atoms before it that it is bound to.
+SUBSTITUENTS = (
+    # methyl, ethyl, hydroxyl, amine, halogens, methoxy
+    "C3", "C2 C3@0", "O1", "N2", "F0", "Cl0", "Br0", "I0", "O0 C3@0",
+    # acetyl, aldehyde, acid, carboxylate, amide, nitrile, nitro, trifluoromethyl
+    "C0 O0@0 C3@0", "C1 O0@0", "C0 O0@0 O1@0", "C0 O0@0 O0@0", "C0 O0@0 N2@0", "C0 N0@0",
+    "N0 O0@0 O0@0", "C0 F0@0 F0@0 F0@0",
+    # sulphone, sulphonamide, thiol, thioether, methylamines, ammonium
+    "S0 O0@0 O0@0 C3@0", "S0 O0@0 O0@0 N2@0", "S1", "S0 C3@0", "N1 C3@0", "N0 C3@0 C3@0", "N3",
+    # vinyl, ethynyl, cyclopropyl, phosphate, ester, esters and amides the other way round
+    "C1 C2@0", "C0 C1@0", "C1 C2@0 C2@0,1", "O0 P0@0 O0@1 O0@1 O0@1", "O0 C0@0 O0@1 C3@1",
+    "C0 O0@0 O0@0 C3@2", "N1 C0@0 O0@1 C3@1", "C0 O0@0 N1@0 C3@2",
+    # carriers of a polar end
+    "C2 O1@0", "C2 N2@0", "C2 N3@0", "C1 F0@0 F0@0", "C2 C0@0 O0@1 O0@1")
+RINGS = (
+    # phenyl, pyridyls, pyrimidyls
+    "C0 C1@0 C1@1 C1@2 C1@3 C1@0,4", "C0 N0@0 C1@1 C1@2 C1@3 C1@0,4",
+    "C0 C1@0 N0@1 C1@2 C1@3 C1@0,4", "C0 C1@0 C1@1 N0@2 C1@3 C1@0,4",
+    "C0 N0@0 C1@1 C1@2 C1@3 N0@0,4", "C0 N0@0 C1@1 N0@2 C1@3 C1@0,4",
+    # thienyl, furyl, imidazolyl, pyrazolyls
+    "C0 C1@0 C1@1 C1@2 S0@0,3", "C0 C1@0 C1@1 C1@2 O0@0,3", "N0 C1@0 C1@1 N0@2 C1@0,3",
+    "C0 N0@0 C1@1 C1@2 N1@0,3", "N0 N0@0 C1@1 C1@2 C1@0,3",
+    # pyrrolidine, morpholine, cyclohexyl, piperidyl, piperazine
+    "N0 C2@0 C2@1 C2@2 C2@0,3", "N0 C2@0 C2@1 O0@2 C2@3 C2@0,4",
+    "C1 C2@0 C2@1 C2@2 C2@3 C2@0,4", "C1 C2@0 C2@1 N1@2 C2@3 C2@0,4",
+    "N0 C2@0 C2@1 N1@2 C2@3 C2@0,4")
+RING_SHARE = 0.25  # of the hydrogens that are replaced
+
+# (Element, neighbours, hydrogens among them) -> (element, hydrogens) that can stand in its place.
+SWAPS = {
+    (C, 4, 3): ((N, 2), (O, 1), (F, 0), (CL, 0), (S, 1)),
+    (N, 3, 2): ((C, 3), (O, 1), (F, 0)),
+    (O, 2, 1): ((C, 3), (N, 2), (F, 0)),
+    (S, 2, 1): ((O, 1),),
+    (F, 1, 0): ((C, 3), (CL, 0), (BR, 0), (O, 1), (I, 0)),
+    (CL, 1, 0): ((C, 3), (BR, 0), (F, 0), (I, 0)),
+    (BR, 1, 0): ((C, 3), (CL, 0), (I, 0)),
+    (C, 4, 2): ((N, 1), (O, 0), (S, 0)),
+    (N, 3, 1): ((C, 2), (O, 0), (S, 0)),
+    (O, 2, 0): ((C, 2), (N, 1), (S, 0)),
+    (S, 2, 0): ((O, 0), (N, 1), (C, 2)),
+    (C, 4, 1): ((N, 0),),
+    # with a double bond
+    (C, 3, 1): ((N, 0),),
+    (N, 2, 0): ((C, 1),),
+    (C, 3, 2): ((N, 1), (O, 0)),
+    (O, 1, 0): ((S, 0), (N, 1), (C, 2)),
+    (S, 1, 0): ((O, 0),),
+    # ammonium
+    (N, 4, 1): ((C, 0),), (N, 4, 2): ((C, 1),), (N, 4, 3): ((C, 2),)}
+ENDS = ((C, 4, 3), (N, 3, 2), (N, 4, 3), (O, 2, 1), (F, 1, 0), (CL, 1, 0), (BR, 1, 0))
+LINKS = ((C, 2), (C, 2), (N, 1), (O, 0))  # to lengthen a chain with: element, hydrogens
+
+MOST_ATTEMPTS = 12
+LARGEST_JOINED = 60  # atoms
+PARTNER_SIZES = range(4, 31)  # atoms of a molecule to join another one
+SMALLEST = 3  # atoms
+
+
+class EditedMolecule:
+    """Atoms by number, with their neighbours; numbers of removed atoms are not used again."""
+
+    def __init__(self, elements, bonds):
+        self.elements = dict(enumerate(elements))
+        self.neighbours = {atom: [] for atom in self.elements}
+        self._next = len(elements)
+        for i, j in bonds:
+            self.bind(i, j)
+
+    def copy(self):
+        other = EditedMolecule((), ())
+        other.elements = dict(self.elements)
+        other.neighbours = {atom: list(atoms) for atom, atoms in self.neighbours.items()}
+        other._next = self._next
+        return other
+
+    def __len__(self):
+        return len(self.elements)
+
+    def add(self, element, *bound_to):
+        atom = self._next
+        self._next += 1
+        self.elements[atom] = element
+        self.neighbours[atom] = []
+        for other in bound_to:
+            self.bind(atom, other)
+        return atom
+
+    def bind(self, i, j):
+        self.neighbours[i].append(j)
+        self.neighbours[j].append(i)
+
+    def cut(self, i, j):
+        self.neighbours[i].remove(j)
+        self.neighbours[j].remove(i)
+
+    def remove(self, atom):
+        for other in self.neighbours.pop(atom):
+            self.neighbours[other].remove(atom)
+        del self.elements[atom]
+
+    def remove_with_hydrogens(self, atom):
+        self.set_hydrogens(atom, 0)
+        self.remove(atom)
+
+    def hydrogens(self, atom):
+        return [other for other in self.neighbours[atom] if self.elements[other] == H]
+
+    def heavy_neighbours(self, atom):
+        return [other for other in self.neighbours[atom] if self.elements[other] != H]
+
+    def set_hydrogens(self, atom, count):
+        present = self.hydrogens(atom)
+        for hydrogen in present[count:]:
+            self.remove(hydrogen)
+        for _ in range(count - len(present)):
+            self.add(H, atom)
+
+    def kind(self, atom):
+        return (self.elements[atom], len(self.neighbours[atom]), len(self.hydrogens(atom)))
+
+    def is_saturated_carbon(self, atom):
+        return self.elements[atom] == C and len(self.neighbours[atom]) == 4
+
+    def hydrogens_on(self, elements):
+        """(hydrogen, its parent) for the parents of these elements."""
+        return [(atom, self.neighbours[atom][0]) for atom, element in self.elements.items()
+                if element == H and self.elements[self.neighbours[atom][0]] in elements]
+
+    def reached_from(self, atom):
+        reached, queue = {atom}, [atom]
+        for current in queue:
+            for other in self.neighbours[current]:
+                if other not in reached:
+                    reached.add(other)
+                    queue.append(other)
+        return reached
+
+    def graph(self):
+        """(elements, sorted bonds) with the heavy atoms first."""
+        atoms = sorted(self.elements, key=lambda atom: (self.elements[atom] == H, atom))
+        number = {atom: i for i, atom in enumerate(atoms)}
+        bonds = sorted((number[i], number[j]) for i in atoms for j in self.neighbours[i]
+                       if number[i] < number[j])
+        return tuple(self.elements[atom] for atom in atoms), tuple(bonds)
+
+
+def attach(molecule, parent, group):
+    """Binds a group in the notation of SUBSTITUENTS to an atom, which must have room for it."""
+    atoms = []
+    for word in group.split():
+        head, _, tail = word.partition("@")
+        bound_to = [atoms[int(number)] for number in tail.split(",")] if tail else [parent]
+        atoms.append(molecule.add(SYMBOLS[head[:-1]], *bound_to))
+        molecule.set_hydrogens(atoms[-1], int(head[-1]))
+
+
+# Each edit returns whether it could be made; if not, the molecule is as before.
+
+def swap_element(molecule, chance, _partners):
+    atoms = [atom for atom, element in molecule.elements.items()
+             if element != H and molecule.kind(atom) in SWAPS]
+    if not atoms:
+        return False
+    atom = chance.choice(atoms)
+    kind = molecule.kind(atom)
+    others = [molecule.elements[other] for other in molecule.heavy_neighbours(atom)]
+    # Nitro groups, phosphates and sulphones keep their oxygens; chains are common enough.
+    if kind == (O, 1, 0) and any(element in (N, P, S) for element in others):
+        return False
+    if kind == (C, 4, 2) and chance.random() < 0.3:
+        return False
+    element, hydrogens = chance.choice(SWAPS[kind])
+    # Two of these side by side are rare in stable compounds.
+    if (element in HETERO and element != N and any(other in HETERO for other in others)
+            and chance.random() < 0.8):
+        return False
+    molecule.elements[atom] = element
+    molecule.set_hydrogens(atom, hydrogens)
+    return True
+
+
+def replace_hydrogen(molecule, chance, _partners):
+    places = molecule.hydrogens_on((C, N))
+    if not places:
+        return False
+    hydrogen, parent = chance.choice(places)
+    group = chance.choice(RINGS if chance.random() < RING_SHARE else SUBSTITUENTS)
+    if molecule.elements[parent] == N and (group == "Cl0" or not group.startswith("C")):
+        return False
+    molecule.remove(hydrogen)
+    attach(molecule, parent, group)
+    return True
+
+
+def remove_end(molecule, chance, _partners):
+    ends = [atom for atom in molecule.elements if molecule.kind(atom) in ENDS
+            and len(molecule.heavy_neighbours(atom)) == 1]
+    if not ends or len(molecule) < 6:
+        return False
+    atom = chance.choice(ends)
+    parent, = molecule.heavy_neighbours(atom)
+    molecule.remove_with_hydrogens(atom)
+    molecule.add(H, parent)
+    return True
+
+
+def lengthen(molecule, chance, _partners):
+    bonds = [(i, j) for i in molecule.elements if molecule.is_saturated_carbon(i)
+             for j in molecule.heavy_neighbours(i)]
+    if not bonds:
+        return False
+    i, j = chance.choice(bonds)
+    element, hydrogens = chance.choice(LINKS)
+    if molecule.elements[j] != C:
+        element, hydrogens = LINKS[0]
+    molecule.cut(i, j)
+    molecule.set_hydrogens(molecule.add(element, i, j), hydrogens)
+    return True
+
+
+def shorten(molecule, chance, _partners):
+    links = []
+    for atom in molecule.elements:
+        ends = molecule.heavy_neighbours(atom)
+        if molecule.kind(atom) != (C, 4, 2) or len(ends) != 2:
+            continue
+        i, j = ends
+        # No ring of three may close, and no bond between two other elements may arise.
+        common = set(molecule.neighbours[i]) & set(molecule.neighbours[j])
+        if (j not in molecule.neighbours[i] and common == {atom}
+                and C in (molecule.elements[i], molecule.elements[j])):
+            links.append((atom, i, j))
+    if not links:
+        return False
+    atom, i, j = chance.choice(links)
+    molecule.remove_with_hydrogens(atom)
+    molecule.bind(i, j)
+    return True
+
+
+def close_ring(molecule, chance, _partners):
+    """Makes a ring of five or six."""
+    starts = [atom for atom, element in molecule.elements.items()
+              if element in (C, N) and molecule.hydrogens(atom)]
+    if not starts:
+        return False
+    start = chance.choice(starts)
+    distances, queue = {start: 0}, [start]
+    for atom in queue:
+        if distances[atom] == 5:
+            break
+        for other in molecule.heavy_neighbours(atom):
+            if other not in distances:
+                distances[other] = distances[atom] + 1
+                queue.append(other)
+    ends = [atom for atom, distance in distances.items() if distance in (4, 5)
+            and molecule.elements[atom] == C and molecule.hydrogens(atom)]
+    if not ends:
+        return False
+    end = chance.choice(ends)
+    for atom in (start, end):
+        molecule.remove(molecule.hydrogens(atom)[0])
+    molecule.bind(start, end)
+    return True
+
+
+def join(molecule, chance, partners):
+    """Binds another molecule in place of a hydrogen."""
+    partner = chance.choice(partners)
+    places, partner_places = molecule.hydrogens_on((C,)), partner.hydrogens_on((C, N))
+    if len(partner) + len(molecule) > LARGEST_JOINED or not places or not partner_places:
+        return False
+    hydrogen, parent = chance.choice(places)
+    partner_hydrogen, partner_parent = chance.choice(partner_places)
+    molecule.remove(hydrogen)
+    number = {atom: molecule.add(element) for atom, element in partner.elements.items()
+              if atom != partner_hydrogen}
+    for atom in number:
+        for other in partner.neighbours[atom]:
+            if other in number and atom < other:
+                molecule.bind(number[atom], number[other])
+    molecule.bind(parent, number[partner_parent])
+    return True
+
+
+def cut_bond(molecule, chance, _partners):
+    """Opens a ring, or drops all beyond the bond."""
+    bonds = [(i, j) for i in molecule.elements if molecule.is_saturated_carbon(i)
+             for j in molecule.neighbours[i] if molecule.is_saturated_carbon(j) and i < j]
+    if not bonds:
+        return False
+    i, j = chance.choice(bonds)
+    molecule.cut(i, j)
+    reached = molecule.reached_from(i)
+    for atom in [atom for atom in molecule.elements if atom not in reached]:
+        molecule.remove(atom)
+    for atom in (i, j):
+        if atom in reached:
+            molecule.add(H, atom)
+    return True
+
+
+EDITS = ((0.38, swap_element), (0.24, replace_hydrogen), (0.14, remove_end), (0.06, lengthen),
+         (0.06, shorten), (0.05, close_ring), (0.04, join), (0.03, cut_bond))
+
+
+def variant_of(molecule, chance, partners, edit_counts):
+    """An edited copy, or None if no edit could be made."""
+    molecule = molecule.copy()
+    weights, edits = zip(*EDITS)
+    wanted, made = chance.choice(edit_counts), 0
+    for _ in range(MOST_ATTEMPTS):
+        edit, = chance.choices(edits, weights)
+        made += edit(molecule, chance, partners)
+        if made == wanted:
+            break
+    return molecule if made else None
+
+
+def variants_of(graphs, settings):
+    """Different variants of the molecules, all given as (atomic numbers, bonds)."""
+    chance = random.Random(settings.seed)
+    molecules = [EditedMolecule(elements, bonds) for elements, bonds in graphs]
+    partners = [molecule for molecule in molecules if len(molecule) in PARTNER_SIZES]
+    seen, result = set(), []
+    for molecule in molecules:
+        for _ in range(settings.per_molecule):
+            variant = variant_of(molecule, chance, partners, settings.edit_counts)
+            if variant is None or not SMALLEST <= len(variant) <= settings.largest:
+                continue
+            graph = variant.graph()
+            if hash(graph) not in seen:
+                seen.add(hash(graph))
+                result.append(graph)
+    return result
