@@ -73,16 +73,37 @@ void ForEachDihedral(const TermList& angles, const Adjacency& adjacency, Visit v
   }
 }
 
-// Indices are 32-bit numbers.
-constexpr std::size_t kMostAtoms = static_cast<std::size_t>(std::numeric_limits<int>::max());
+// Indices and counts are 32-bit numbers.
+constexpr std::size_t kMostTerms = static_cast<std::size_t>(std::numeric_limits<int>::max());
 
-// So many dihedrals take a gigabyte, and several as lines of a parameter file. A molecule reaches
-// this with some twenty million atoms, which take far more; but so do 109 atoms on one spot, each
-// of them bonded to all the others.
-constexpr std::size_t kMostTerms = std::size_t{1} << 26;
+// No molecule comes near: it takes an atom with 200,000 bonds, which only a damaged file has.
+constexpr std::size_t kMostSteps = std::size_t{1} << 36;
+
+// So many guessed dihedrals take a gigabyte, and several as lines of a parameter file. A molecule
+// reaches this with some twenty million atoms, which take far more; but so do 109 atoms on one spot,
+// each of them bonded to all the others.
+constexpr std::size_t kMostGuessedTerms = std::size_t{1} << 26;
 
 [[noreturn]] void EndForTooMany(const char* what) {
   RAVELO_FAIL("The topology would have too many %s.", what);
+}
+
+void EndIfAnglesTakeTooLong(std::size_t atoms, const Adjacency& adjacency) {
+  std::size_t steps = 0;
+  for (std::size_t i = 0; i < atoms; ++i) {
+    const std::size_t degree = adjacency[static_cast<int>(i)].size();
+    steps += degree * degree;
+  }
+  if (steps > kMostSteps) EndForTooMany("angles");
+}
+
+void EndIfDihedralsTakeTooLong(const TermList& angles, const Adjacency& adjacency) {
+  std::size_t steps = 0;
+  const std::vector<int>& atoms = angles.flat();
+  for (std::size_t angle = 0; angle < atoms.size(); angle += 3) {
+    steps += adjacency[atoms[angle]].size() + adjacency[atoms[angle + 2]].size();
+  }
+  if (steps > kMostSteps) EndForTooMany("dihedrals");
 }
 
 // A bond to an atom that does not exist can come from a PSF file, whose reader does not compare.
@@ -109,12 +130,12 @@ void EndIfTooManyTerms(std::size_t num_atoms, const TermList& bonds) {
   std::size_t angles = 0;
   for (const std::size_t count : num_bonds) {
     if (count > 1) angles += count * (count - 1) / 2;
-    if (angles > kMostTerms) EndForTooMany("angles");
+    if (angles > kMostGuessedTerms) EndForTooMany("angles");
   }
   std::size_t dihedrals = 0;
   for (std::size_t i = 0; i < ends.size(); i += 2) {
     dihedrals += (num_bonds[ends[i]] - 1) * (num_bonds[ends[i + 1]] - 1);
-    if (dihedrals > kMostTerms) EndForTooMany("dihedrals");
+    if (dihedrals > kMostGuessedTerms) EndForTooMany("dihedrals");
   }
 }
 
@@ -137,18 +158,23 @@ void MolecularMechanicsTopology::BuildAnglesAndDihedrals() {
 void MolecularMechanicsTopology::DeriveAnglesAndDihedrals() const {
   if (!derived_lists_stale) return;
   EndIfBondLeavesAtoms(bonds, atoms.size());
-  EndIfTooManyTerms(atoms.size(), bonds);
   derived_lists_stale = false;
   const Adjacency adjacency(atoms.size(), bonds);
 
+  EndIfAnglesTakeTooLong(atoms.size(), adjacency);
   std::size_t count = 0;
-  ForEachAngle(bonds, adjacency, [&](int, int, int) { ++count; });
+  ForEachAngle(bonds, adjacency, [&](int, int, int) {
+    if (++count > kMostTerms) EndForTooMany("angles");
+  });
   angles.clear();
   angles.reserve(count);
   ForEachAngle(bonds, adjacency, [&](int a, int b, int c) { angles.push_back({a, b, c}); });
 
+  EndIfDihedralsTakeTooLong(angles, adjacency);
   count = 0;
-  ForEachDihedral(angles, adjacency, [&](int, int, int, int) { ++count; });
+  ForEachDihedral(angles, adjacency, [&](int, int, int, int) {
+    if (++count > kMostTerms) EndForTooMany("dihedrals");
+  });
   dihedrals.clear();
   dihedrals.reserve(count);
   ForEachDihedral(angles, adjacency, [&](int a, int b, int c, int d) {
@@ -179,7 +205,7 @@ void MolecularMechanicsTopology::Merge(const MolecularMechanicsTopology& other, 
   if (copies < 1) return;
   EndIfBondLeavesAtoms(other.bonds, other.atoms.size());
   const std::size_t total = atoms.size() + other.atoms.size() * static_cast<std::size_t>(copies);
-  if (total > kMostAtoms) EndForTooMany("atoms");
+  if (total > kMostTerms) EndForTooMany("atoms");
   const int first = static_cast<int>(atoms.size());
   const int step = static_cast<int>(other.atoms.size());
   for (int c = 0; c < copies; ++c) {

@@ -11,9 +11,9 @@
 
 namespace orvane {
 
-/// Ends the run if a molecule with these bonds could have more than 2^26 angles or dihedrals: only
-/// a damaged file has so many, or atoms that lie on one spot. Linear in atoms and bonds; makes no
-/// lists. The bonds must name atoms that are there.
+/// Ends the run if a molecule with these guessed bonds could have more than 2^26 angles or dihedrals:
+/// only a damaged file has so many, or atoms that lie on one spot. Linear in atoms and bonds; makes
+/// no lists. The bonds must name atoms that are there.
 void EndIfTooManyTerms(std::size_t num_atoms, const TermList& bonds);
 
 /// Atoms, bonds, angles, dihedrals, impropers and cross-terms of a molecule. All indices are

@@ -12,6 +12,7 @@ from write_weights import NETWORKS
 
 DECIMALS = 8
 BALANCING_ROUNDS = 20
+WIDEST_OUTPUTS = 50.0  # far from 700, where exponentials end
 
 
 def with_raw_inputs(network, mean, matrix):
@@ -42,25 +43,35 @@ def balanced(network):
     return network
 
 
-def least_best_output(surroundings, element, network):
-    """The least, over all atoms of the element, of an atom's highest output among allowed types."""
+def output_range(surroundings, element, network):
+    """Over all atoms of the element, of an atom's highest output among the types that it may get: the
+    least, and the most that an output of another type lies above it."""
     atoms = np.flatnonzero(surroundings.atoms.elements == element)
     rings, classes = surroundings.atoms.rings[atoms], surroundings.classes[2][atoms]
-    least = np.inf
+    least, most_above = np.inf, 0.0
     for ring_class in RING_CLASSES:
         types = allowed_types(element, ring_class)
         for _, values in outputs(surroundings, network, np.unique(classes[rings == ring_class])):
-            least = min(least, values[:, types].max(axis=1).min())
-    return least
+            best = values[:, types].max(axis=1)
+            least = min(least, best.min())
+            most_above = max(most_above, (values.max(axis=1) - best).max())
+    return least, most_above
 
 
-def above_zero(network, least, margin):
-    """Adds to all last biases what brings the least of the atoms' best outputs to the margin.
+def with_moderate_outputs(network, least, most_above, margin):
+    """The same choices of types, by outputs that the program's arithmetic can tell apart.
 
-    The program sets outputs below zero to zero. That must not touch the best one, not even where an
-    unknown molecule goes beyond those of the training: hence the margin.
+    The outputs of types that an atom may not get are free in the training, and may rise far above
+    the best that it may get. From a difference of some 700 on, the program's probabilities of all
+    allowed types would be zero alike. So all outputs are multiplied by one factor.
+
+    Then a constant is added to all last biases, which brings the least of the atoms' best outputs to
+    the margin. The program sets outputs below zero to zero. That must not touch the best one, not
+    even where an unknown molecule goes beyond those of the training: hence the margin.
     """
-    return [*network[:5], network[5] + (margin - least)]
+    factor = WIDEST_OUTPUTS / max(most_above, -least, WIDEST_OUTPUTS)
+    return [*network[:4], network[4] * factor,
+            network[5] * factor + (margin - least * factor)]
 
 
 def rounded(network):
@@ -70,12 +81,8 @@ def rounded(network):
 def folded(surroundings, element, network, margin):
     """The program's network, rounded as it stands in the program's source."""
     network = balanced(with_raw_inputs(network, *surroundings.whitening()))
-    least = least_best_output(surroundings, element, network)
-    network = rounded(above_zero(network, least, margin))
-    least = least_best_output(surroundings, element, network)
-    if not least > 0.5 * margin:
-        raise ValueError(f"rounding has moved an output of element {element} to {least}")
-    return network
+    least, most_above = output_range(surroundings, element, network)
+    return rounded(with_moderate_outputs(network, least, most_above, margin))
 
 
 def empty_network(num_types):

@@ -3,7 +3,7 @@
 
     python3 training/student.py --work DIR --element 6      trains carbon's: DIR/student-6.npz
 
-DIR/surroundings.npz must be there; train.py makes it and calls this.
+DIR must have the surroundings; train.py makes them and calls this.
 """
 
 import argparse
@@ -20,7 +20,8 @@ from molecules import (DRUG_LIKE, NO_LABEL, PUBLISHED_SETS, SPECIAL, TRAIN, VALI
                        tables)
 from optimiser import Soap
 from settings import add_arguments, settings_of
-from surroundings import HIDDEN_CHANNELS, HOPS, Batch, load_surroundings
+from surroundings import (HIDDEN_CHANNELS, HOPS, Batch, load_surroundings,
+                          surroundings_path)
 
 # Standard deviations of the numbers that a network starts with.
 FIRST_WEIGHTS, FIRST_BIAS = 0.8, 0.5
@@ -169,8 +170,10 @@ def main():
     add_arguments(parser)
     arguments = parser.parse_args()
 
-    surroundings = load_surroundings(arguments.work / "surroundings.npz")
-    network = best_network(surroundings, arguments.element, settings_of(arguments))
+    settings = settings_of(arguments)
+    variants = settings.students[arguments.element].variants
+    surroundings = load_surroundings(surroundings_path(arguments.work, variants))
+    network = best_network(surroundings, arguments.element, settings)
     np.savez(student_path(arguments.work, arguments.element), *network)
     return 0
 

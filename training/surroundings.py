@@ -105,6 +105,10 @@ class Surroundings:
                         **{f"examples{k}": self.examples[k] for k in range(3)})
 
 
+def surroundings_path(work, variants):
+    return work / f"surroundings-{variants}.npz"
+
+
 def load_surroundings(path):
     with np.load(path) as arrays:
         return Surroundings(load_atoms(arrays), [arrays[f"classes{k}"] for k in range(3)],

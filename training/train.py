@@ -13,6 +13,7 @@ code, take another folder.
 import argparse
 import contextlib
 import dataclasses
+import functools
 import io
 import json
 import subprocess
@@ -32,7 +33,7 @@ from molecules import (DATA, EXTRA, NO_LABEL, PUBLISHED_SETS, SET_NAMES, SPECIAL
                        published_atoms, read_published, tables)
 from settings import add_arguments, arguments_of, settings_of
 from student import read_student
-from surroundings import Surroundings
+from surroundings import Surroundings, surroundings_path
 from variants import variants_of
 
 PROCESSES = 2
@@ -69,11 +70,15 @@ class Training:
             (f"teacher-{seed}", key, ["teacher.py", "--seed", str(seed)])
             for seed in settings.teacher.seeds])
 
-        key = key + [dataclasses.asdict(settings.variants)]
-        self._stage("surroundings", key, self._make_surroundings)
+        keys = {name: key + [dataclasses.asdict(variants)]
+                for name, variants in settings.variants.items()}
+        for name in settings.variants:
+            self._stage(f"surroundings-{name}", keys[name],
+                        functools.partial(self._make_surroundings, name))
 
         self._side_by_side([
-            (f"student-{element}", key + [dataclasses.asdict(student), settings.output_margin],
+            (f"student-{element}",
+             keys[student.variants] + [dataclasses.asdict(student), settings.output_margin],
              ["student.py", "--element", str(element)])
             for element, student in settings.students.items()])
 
@@ -125,29 +130,29 @@ class Training:
                       f"{np.count_nonzero(part.labels != NO_LABEL)} labels")
         joined(parts).save(self._work / "atoms.npz")
 
-    def _make_surroundings(self):
+    def _make_surroundings(self, name):
         with np.load(self._work / "atoms.npz") as arrays:
             atoms = load_atoms(arrays)
-        if self._settings.variants.per_molecule:
-            atoms = joined([atoms, self._labelled_variants()])
+        atoms = joined([atoms, self._labelled_variants(name)])
         surroundings = Surroundings(atoms)
         self._log("classes of 2, 4 and 6 bonds: "
                   + ", ".join(str(len(examples)) for examples in surroundings.examples))
-        surroundings.save(self._work / "surroundings.npz")
+        surroundings.save(surroundings_path(self._work, name))
 
-    def _labelled_variants(self):
+    def _labelled_variants(self, name):
         # Imported here: the teacher needs torch, which the other stages can do without.
         import teacher
+        settings = self._settings.variants[name]
         sources = [source for source in (TRAIN, VALIDATION, EXTRA, SPECIAL)
                    if self._settings.with_validation or source != VALIDATION]
         graphs = [(molecule.elements, molecule.bonds) for source in sources
                   for molecule in self._published(source)]
-        atoms = bare_atoms(variants_of(graphs, self._settings.variants), VARIANT)
+        atoms = bare_atoms(variants_of(graphs, settings), VARIANT)
         teachers = [teacher.load(teacher.teacher_path(self._work, seed), self._settings.teacher)
                     for seed in self._settings.teacher.seeds]
-        teacher.label(atoms, teachers, self._settings.variants.confidence)
-        self._log(f"variants: {atoms.num_molecules()} molecules, {len(atoms.elements)} atoms, "
-                  f"{np.count_nonzero(atoms.labels != NO_LABEL)} labels")
+        teacher.label(atoms, teachers, settings.confidence)
+        self._log(f"{name} variants: {atoms.num_molecules()} molecules, {len(atoms.elements)} "
+                  f"atoms, {np.count_nonzero(atoms.labels != NO_LABEL)} labels")
         return atoms
 
     def write_weights(self, output, note):

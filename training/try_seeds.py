@@ -4,7 +4,7 @@
     python3 training/try_seeds.py --work DIR --element 6 --steps 2500 1 2 3 4 5 6
 
 A network this small does not forget where it began: the loss after a tenth of the steps already tells
-the seeds apart. DIR is that of train.py, which must have made DIR/surroundings.npz there.
+the seeds apart. DIR is that of train.py, which must have made the surroundings there.
 """
 
 import argparse
@@ -17,7 +17,7 @@ import numpy as np
 from molecules import tables
 from settings import add_arguments, settings_of
 from student import Lessons, train
-from surroundings import load_surroundings
+from surroundings import load_surroundings, surroundings_path
 
 
 def main():
@@ -31,8 +31,8 @@ def main():
 
     settings = settings_of(arguments)
     student = settings.students[arguments.element]
-    lessons = Lessons(load_surroundings(arguments.work / "surroundings.npz"), arguments.element,
-                      student, settings.with_validation)
+    surroundings = load_surroundings(surroundings_path(arguments.work, student.variants))
+    lessons = Lessons(surroundings, arguments.element, student, settings.with_validation)
     num_types = len(tables.names[arguments.element])
     for seed in arguments.seeds:
         network, _ = train(lessons, num_types, student, seed, arguments.steps)
