@@ -70,8 +70,7 @@ void PDB::AdjustCoordsToGetFewestFragmentsInCell(const Vec3D& t1, const Vec3D& t
       if (Length(vector) == 0.0) {
         RAVELO_FAIL(
             "A lattice vector of the cell is zero: putting its molecules together would move "
-            "bonded "
-            "atoms by nothing for ever.");
+            "bonded atoms by nothing for ever.");
       }
     }
     if (end == StitchingEnd::MovesForEver) {
