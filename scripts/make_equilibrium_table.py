@@ -6,17 +6,13 @@
 The tests measure built molecules against this table. DIR holds the published parameter files.
 """
 
-import os
 import sys
 
-from topology.library_files import PARAMETER_FILES
-from topology.parameters import Parameters
+from topology.library_files import read_parameters
 
 
 def main():
-    parameters = Parameters()
-    for name in PARAMETER_FILES:
-        parameters.read(os.path.join(sys.argv[1], name))
+    parameters = read_parameters(sys.argv[1])
     print("# Types of the bonded atoms, and their distance (two types, Angstrom) or angle (three "
           "types, degrees).")
     for types, value in parameters.all_values():

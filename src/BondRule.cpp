@@ -87,8 +87,7 @@ double LongestBond(const std::vector<BondRadii>& radii) {
     largest.double_bond = std::max(largest.double_bond, atom.double_bond);
     largest.triple_bond = std::max(largest.triple_bond, atom.triple_bond);
   }
-  return std::max({1.1 * (2.0 * largest.single_bond), 1.04 * (2.0 * largest.double_bond),
-                   1.04 * (2.0 * largest.triple_bond)});
+  return BondLimit(largest, largest);
 }
 
 }  // namespace orvane

@@ -7,6 +7,7 @@
 #include "Error.h"
 #include "Parser.h"
 #include "RunStatus.h"
+#include "Website.h"
 
 namespace orvane {
 
@@ -54,8 +55,6 @@ constexpr OptionRow kOptions[] = {
      "0.02651499 7.59595372 0.00000000 0.93662692 2.37133022 15.39997192\""},
     {"super-cells", 0, true, "Number of super cells, like \"2 2 2\""},
 };
-
-constexpr const char* kWebsite = "https://orvane.example/ravelo";
 
 // All modes of the design, also those that are not in the table of modes yet.
 constexpr const char* kBannerModes[] = {"check",  "remove", "topol",   "modify",

@@ -38,7 +38,10 @@ void CheckIndices(const TermKind& kind, std::size_t atoms, const std::string& so
 }
 
 // The same term read from its other end is the same term: this is the direction for comparisons.
+// But a whole cross-term has only one direction, since its two dihedrals must not change places;
+// that its halves can be turned around is settled when they are joined.
 std::vector<int> InOneDirection(const TermList& terms) {
+  if (terms.degree() > 4) return terms.flat();
   std::vector<int> indices;
   indices.reserve(terms.flat().size());
   for (std::size_t i = 0; i < terms.size(); ++i) {
@@ -70,16 +73,52 @@ std::vector<bool> MarkRepeats(const TermList& terms) {
   return repeats;
 }
 
-// The terms without those that have stood before, whose number is added to `repeated_terms`.
-TermList WithoutRepeats(const TermList& terms, std::size_t& repeated_terms) {
-  const std::vector<bool> repeats = MarkRepeats(terms);
+// The terms without those that have stood before.
+TermList WithoutRepeats(const TermList& terms, std::size_t& repeats) {
+  const std::vector<bool> is_repeat = MarkRepeats(terms);
   TermList kept(terms.degree());
   kept.reserve(terms.size());
   for (std::size_t i = 0; i < terms.size(); ++i) {
-    if (!repeats[i]) kept.push_back(terms[i]);
+    if (!is_repeat[i]) kept.push_back(terms[i]);
   }
-  repeated_terms += terms.size() - kept.size();
+  repeats = terms.size() - kept.size();
   return kept;
+}
+
+// Makes angles and dihedrals as the bonds alone give them.
+void RemakeAnglesAndDihedrals(EngineTopology& topology) {
+  MolecularMechanicsTopology of_bonds;
+  of_bonds.Build(topology.atoms, topology.bonds, TermList(4), TermList(4));
+  topology.angles = of_bonds.GetAngles();
+  topology.dihedrals = of_bonds.GetDihedrals();
+}
+
+bool IsHydrogen(const Atom& atom) {
+  constexpr double kLightest = 0.5;
+  constexpr double kHeaviest = 3.5;  // tritium included
+  return atom.mass > kLightest && atom.mass < kHeaviest;
+}
+
+// Takes out the angles around hydrogens that are bonded to each other.
+void LeaveOutHydrogenAngles(EngineTopology& topology) {
+  std::vector<bool> bonded_to_hydrogen(topology.atoms.size());
+  for (std::size_t i = 0; i < topology.bonds.size(); ++i) {
+    const int first = topology.bonds[i][0];
+    const int second = topology.bonds[i][1];
+    if (first == second || !IsHydrogen(topology.atoms[first]) ||
+        !IsHydrogen(topology.atoms[second])) {
+      continue;
+    }
+    bonded_to_hydrogen[first] = true;
+    bonded_to_hydrogen[second] = true;
+  }
+  TermList kept(3);
+  kept.reserve(topology.angles.size());
+  for (std::size_t i = 0; i < topology.angles.size(); ++i) {
+    if (!bonded_to_hydrogen[topology.angles[i][1]]) kept.push_back(topology.angles[i]);
+  }
+  topology.hydrogen_angles = topology.angles.size() - kept.size();
+  topology.angles = std::move(kept);
 }
 
 // A half as it stands and turned around.
@@ -268,12 +307,15 @@ EngineTopology MakeEngineTopology(const MolecularMechanicsTopology& topology,
   }
   EngineTopology result;
   result.atoms = topology.GetAtoms();
-  result.bonds = WithoutRepeats(topology.GetBonds(), result.repeated_terms);
-  result.angles = WithoutRepeats(topology.GetAngles(), result.repeated_terms);
-  result.dihedrals = WithoutRepeats(topology.GetDihedrals(), result.repeated_terms);
-  result.impropers = WithoutRepeats(topology.GetImpropers(), result.repeated_terms);
-  result.cross_terms = WithoutRepeats(JoinCrossTerms(topology.GetCmaps(), result.lone_halves),
-                                      result.repeated_terms);
+  EngineTopology::Repeats& repeats = result.repeats;
+  result.bonds = WithoutRepeats(topology.GetBonds(), repeats.bonds);
+  result.angles = WithoutRepeats(topology.GetAngles(), repeats.angles);
+  result.dihedrals = WithoutRepeats(topology.GetDihedrals(), repeats.dihedrals);
+  if (repeats.bonds > 0) RemakeAnglesAndDihedrals(result);
+  LeaveOutHydrogenAngles(result);
+  result.impropers = WithoutRepeats(topology.GetImpropers(), repeats.impropers);
+  result.cross_terms =
+      WithoutRepeats(JoinCrossTerms(topology.GetCmaps(), result.lone_halves), repeats.cross_terms);
   return result;
 }
 

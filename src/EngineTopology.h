@@ -22,8 +22,23 @@ struct EngineTopology {
   TermList impropers{4};
   TermList cross_terms{8};  ///< Two dihedrals in a row, like phi and psi of one residue.
 
-  std::size_t lone_halves = 0;  ///< Halves of cross-terms that were left out: they had no partner.
-  std::size_t repeated_terms = 0;  ///< Terms that were left out: they had stood before.
+  /// Halves of cross-terms that were left out: they had no partner.
+  std::size_t lone_halves = 0;
+
+  /// Angles that were left out: their middle atom is a hydrogen bonded to another one.
+  std::size_t hydrogen_angles = 0;
+
+  /// Terms that were left out, by their kind: they had stood before.
+  struct Repeats {
+    std::size_t bonds = 0;
+    std::size_t angles = 0;
+    std::size_t dihedrals = 0;
+    std::size_t impropers = 0;
+    std::size_t cross_terms = 0;
+
+    std::size_t Total() const { return bonds + angles + dihedrals + impropers + cross_terms; }
+  };
+  Repeats repeats;
 };
 
 /// Joins halves of cross-terms into whole terms, in their order; linear in their number. A half is
@@ -34,9 +49,13 @@ struct EngineTopology {
 TermList JoinCrossTerms(const TermList& halves, std::size_t& lone_halves);
 
 /// Takes a topology over: joins its cross-terms and leaves out terms that stand twice, in either
-/// direction, since an engine would count their energy twice (a mutation repeats bonds of the
-/// backbone, with their angles and dihedrals). Ends the run if a term names an atom that is not
-/// there; `source` is the file that the message names.
+/// direction, since an engine would count their energy twice. (A mutation repeats bonds, impropers
+/// and cross-terms of the backbone, and thereby angles and dihedrals.) The first of equal terms
+/// stays. If a bond is left out, angles and dihedrals are made anew from the bonds that remain, in
+/// the order of `MolecularMechanicsTopology::BuildAnglesAndDihedrals`. Angles around a hydrogen that
+/// is bonded to another one are left out: such a bond keeps a water rigid, and the force field knows
+/// no angle there. Ends the run if a term names an atom that is not there; `source` is the file that
+/// the message names.
 EngineTopology MakeEngineTopology(const MolecularMechanicsTopology& topology,
                                   const std::string& source);
 

@@ -146,12 +146,6 @@ int Wrap(const Axis& axis, std::int64_t& slice) {
   return static_cast<int>(cell);
 }
 
-// The longest distance at which the rule still sees a bond, give or take rounding.
-double LongestBondOf(const BondRadii& a, const BondRadii& b) {
-  return std::max({1.1 * (a.single_bond + b.single_bond), 1.04 * (a.double_bond + b.double_bond),
-                   1.04 * (a.triple_bond + b.triple_bond)});
-}
-
 // Finds the contacts of one atom after the other.
 class ContactSearch {
  public:
@@ -205,7 +199,7 @@ class ContactSearch {
       if (++pairs_ > kPairsPerAtom * atoms_.size() + kMorePairs) return false;
       if (j == i) continue;
       const double distance = Length(atoms_[j].place + shift - atom.place);
-      const double too_long = distance - LongestBondOf(radii_[i], radii_[j]);
+      const double too_long = distance - BondLimit(radii_[i], radii_[j]);
       if (too_long > ImageContacts::kMargin) continue;
       ImageContact& contact = contacts.emplace_back();
       contact.atom = j;

@@ -9,6 +9,8 @@
 
 namespace orvane {
 
+class TopologyLibrary;
+
 /// The drivers. Each reads the command line's record, does its work and returns; a failure ends the
 /// run with a message.
 class Job {
@@ -28,8 +30,15 @@ class Job {
   /// each.
   static void DoCheck(const CmdArgs& args);
 
+  /// Removes waters, ions, ligands, chains and hydrogen atoms as asked, and writes the rest as PDB.
+  static void DoRemove(const CmdArgs& args);
+
   /// Completes proteins and nucleic acids, builds their topology, and writes PDB and PSF.
   static void DoTopol(const CmdArgs& args);
+
+  /// Edits a molecule that `DoTopol` has written: adds bonds, deletes an atom, applies patches and
+  /// mutations. Writes PDB and PSF.
+  static void DoModify(const CmdArgs& args);
 
   /// Guesses bonds, types and parameters of a small molecule or a molecular crystal from its
   /// coordinates, and writes PDB, PSF and parameter files; for a crystal also a super cell.
@@ -37,6 +46,16 @@ class Job {
 
   /// Merges PSF files.
   static void DoPSF(const CmdArgs& args);
+
+  /// Puts a molecule into a box or a droplet of water with ions, and writes PDB and PSF.
+  static void DoSolvate(const CmdArgs& args);
+
+  /// Writes a molecule as PDB, with the names of a PSF file and wrapped into a box if asked for.
+  static void DoPDB(const CmdArgs& args);
+
+ private:
+  /// Reads the standard topology files and then those that the user names, and says so.
+  static void LoadLibrary(const CmdArgs& args, TopologyLibrary& library);
 };
 
 }  // namespace orvane

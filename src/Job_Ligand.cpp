@@ -11,12 +11,12 @@
 #include "MolecularMechanicsTopology.h"
 #include "PDB.h"
 #include "PeriodicCell.h"
+#include "Website.h"
 
 namespace orvane {
 
 namespace {
 
-constexpr const char* kTutorial = "https://orvane.example/ravelo/doc/tutorial-2.html";
 constexpr double kRadiansPerDegree = 0.017453292519943295;
 
 struct Lattice {
@@ -153,7 +153,7 @@ void Job::DoLigand(const CmdArgs& args) {
   std::puts(
       "Warning: Please pay attention to the charges in PSF file. You may probably need to "
       "recalculate them.");
-  std::printf("More information: %s\n", kTutorial);
+  std::printf("More information: %s/doc/tutorial-2.html\n", kWebsite);
 
   if (is_periodic) WriteSuperCells(args, lattice, molecule);
 }

@@ -14,13 +14,6 @@ namespace orvane {
 
 namespace {
 
-void BuildLibrary(const std::vector<std::string>& additional_files, TopologyLibrary& library) {
-  std::puts("Building topology library ...");
-  library.Build();
-  for (const std::string& file : additional_files) library.Build(file);
-  std::puts("Building topology library done.");
-}
-
 const TopologyLibrary::Residue& FindPatch(const TopologyLibrary& library, const char* name) {
   const auto found = library.GetResidues().find(name);
   if (found == library.GetResidues().end()) {
@@ -60,7 +53,7 @@ void Job::DoTopol(const CmdArgs& args) {
   const std::string psf_filename = args.outPrefix + ".psf";
 
   TopologyLibrary library;
-  BuildLibrary(args.addRtfs, library);
+  LoadLibrary(args, library);
 
   std::puts("Adding missing hydrogen atoms ...");
   molecule.AddMissingHydrogens(library);

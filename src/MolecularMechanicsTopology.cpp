@@ -1,6 +1,7 @@
 // The force-field view of a molecule: building, merging and deriving its terms.
 #include "MolecularMechanicsTopology.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <span>
@@ -106,6 +107,12 @@ void EndIfDihedralsTakeTooLong(const TermList& angles, const Adjacency& adjacenc
   if (steps > kMostSteps) EndForTooMany("dihedrals");
 }
 
+// Room for the atoms of a merge and, behind many of them, for a few more; behind a few, for as many
+// again, so that one merge for each of many files costs no more than the files do.
+std::size_t RoomBehindMerge(std::size_t total, std::size_t before) {
+  return std::max(total + total / 16, 2 * before);
+}
+
 // A bond to an atom that does not exist can come from a PSF file, whose reader does not compare.
 void EndIfBondLeavesAtoms(const TermList& bonds, std::size_t atoms) {
   const std::vector<int>& ends = bonds.flat();
@@ -208,6 +215,7 @@ void MolecularMechanicsTopology::Merge(const MolecularMechanicsTopology& other, 
   if (total > kMostTerms) EndForTooMany("atoms");
   const int first = static_cast<int>(atoms.size());
   const int step = static_cast<int>(other.atoms.size());
+  if (total > atoms.capacity()) atoms.reserve(RoomBehindMerge(total, atoms.size()));
   for (int c = 0; c < copies; ++c) {
     for (int i = 0; i < step; ++i) {
       Atom& atom = atoms.emplace_back(other.atoms[i]);
@@ -215,6 +223,10 @@ void MolecularMechanicsTopology::Merge(const MolecularMechanicsTopology& other, 
     }
   }
   // All copies of one list, then the next list.
+  const std::size_t times = static_cast<std::size_t>(copies);
+  bonds.reserve_more(times * other.bonds.size());
+  impropers.reserve_more(times * other.impropers.size());
+  cmaps.reserve_more(times * other.cmaps.size());
   for (int c = 0; c < copies; ++c) bonds.append_shifted(other.bonds, first + c * step);
   for (int c = 0; c < copies; ++c) impropers.append_shifted(other.impropers, first + c * step);
   for (int c = 0; c < copies; ++c) cmaps.append_shifted(other.cmaps, first + c * step);

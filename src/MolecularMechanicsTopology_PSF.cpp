@@ -22,12 +22,16 @@ void WriteSection(const TermList& terms, const char* label, int width, std::size
   out.Text(" !");
   out.Text(label);
   out.Text("\n");
-  const std::vector<int>& indices = terms.flat();
   const std::size_t per_line = terms_per_line * static_cast<std::size_t>(terms.degree());
-  for (std::size_t i = 0; i < indices.size(); ++i) {
-    out.Integer(static_cast<long long>(indices[i]) + 1, width);
-    if ((i + 1) % per_line == 0 || i + 1 == indices.size()) out.Text("\n");
+  std::size_t in_line = 0;
+  for (const int index : terms.flat()) {
+    out.Integer(static_cast<long long>(index) + 1, width);
+    if (++in_line == per_line) {
+      out.Text("\n");
+      in_line = 0;
+    }
   }
+  if (in_line > 0) out.Text("\n");
   out.Text("\n");
 }
 

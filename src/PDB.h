@@ -3,6 +3,7 @@
 #define RAVELO_PDB_H
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -115,6 +116,34 @@ class PDB {
 
   /// Prints the numbers of atoms and of residues of each kind.
   void Report() const;
+
+  // Removal. Only `DeleteAtom` looks at the topology: the others are for a molecule without one.
+  // Each costs a pass over the molecule. No atom and no residue is given a new number.
+
+  /// Removes a residue with its atoms. Does nothing for an index out of range.
+  void RemoveResidue(int residue);
+
+  /// Removes the first residue of this number and chain. Ends the run if there is none.
+  void RemoveResidue(const std::string& chain, int seq);
+
+  /// Removes all residues of a chain, in this case of letters, and returns their number.
+  int RemoveResiduesByChain(const std::string& chain);
+
+  /// Removes all residues of a kind, puts their names (only those) into `names`, and returns the
+  /// number of residues.
+  int RemoveResiduesByType(Residue::Type type, std::set<std::string>& names);
+  int RemoveIons(std::set<std::string>& names);
+  int RemoveWaters(std::set<std::string>& names);
+  int RemoveLigands(std::set<std::string>& names);
+
+  /// Removes all atoms whose names begin with an H, and returns their number. A residue that loses
+  /// all its atoms stays in the tables, with its last atom before its first.
+  int RemoveHydrogens();
+
+  /// Removes an atom from the molecule and, with all terms that hold it, from the topology, whose
+  /// angles and dihedrals are made anew. Its residue stays, as above. Ends the run for a bad index,
+  /// and if topology and molecule differ in size.
+  void DeleteAtom(int atom);
 
   // Topology.
 

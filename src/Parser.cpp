@@ -21,14 +21,19 @@ namespace {
 
 namespace spirit = boost::spirit::classic;
 
-constexpr std::string_view kTrimmed = " \n\r\t";
-constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-
 // So many digits of a fraction certainly fit into a double when they are read as an integer.
 constexpr std::size_t kLongestFraction = 308;
 
 bool IsBlank(char c) {
   return c == ' ' || c == '\t';
+}
+
+bool IsTrimmed(char c) {
+  return IsBlank(c) || c == '\n' || c == '\r';
+}
+
+bool IsWhiteSpace(char c) {
+  return IsTrimmed(c) || c == '\v' || c == '\f';
 }
 
 bool IsDigit(char c) {
@@ -54,11 +59,12 @@ bool BeginsWithTooLongFraction(std::string_view text) {
 // Hands each run of characters without white space to `take`.
 template <typename Taker>
 void ForEachWord(std::string_view text, Taker take) {
-  std::size_t begin = text.find_first_not_of(kWhiteSpace);
-  while (begin != std::string_view::npos) {
-    const std::size_t end = std::min(text.find_first_of(kWhiteSpace, begin), text.size());
-    take(text.substr(begin, end - begin));
-    begin = text.find_first_not_of(kWhiteSpace, end);
+  auto at = text.begin();
+  while (true) {
+    const auto begin = std::find_if_not(at, text.end(), IsWhiteSpace);
+    if (begin == text.end()) return;
+    at = std::find_if(begin, text.end(), IsWhiteSpace);
+    take(std::string_view(begin, at));
   }
 }
 
@@ -93,9 +99,9 @@ std::string Parser::Trim(char comment, std::string_view text) {
 }
 
 std::string_view Parser::TrimmedPart(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(kTrimmed);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kTrimmed) - first + 1);
+  while (!text.empty() && IsTrimmed(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsTrimmed(text.back())) text.remove_suffix(1);
+  return text;
 }
 
 void Parser::MakeUpperCase(std::string& text) {

@@ -1,6 +1,7 @@
-// Patches residues of a molecule, as many as wanted in one pass over it.
+// Edits residues of a molecule, as many as wanted in one pass over it.
 #include "ResidueEditor.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -185,7 +186,7 @@ void ResidueEditor::AddAtom(int residue, const TopologyLibrary::Residue& patch, 
 
 void ResidueEditor::PatchResidueCore(int residue, const TopologyLibrary::Residue& patch,
                                      std::vector<std::string>& to_place) {
-  patched_ = true;
+  edited_ = true;
   if (SizeOf(residue) <= static_cast<int>(patch.deleted_atoms.size())) {
     RAVELO_FAIL(
         "The number of deleted atoms is larger than the number of atoms in residue %s%d at chain "
@@ -215,6 +216,7 @@ void ResidueEditor::PatchResidueCore(int residue, const TopologyLibrary::Residue
   AppendResolvedTerms(atoms, residue, 2, patch.bonds, new_bonds_);
   AppendResolvedTerms(atoms, residue, 4, patch.impropers, new_impropers_);
   AppendResolvedTerms(atoms, residue, 4, patch.cmaps, new_cmaps_);
+  EndIfBondLeavesAtoms();
 }
 
 void ResidueEditor::PatchResidue(int residue, const TopologyLibrary::Residue& patch) {
@@ -231,6 +233,40 @@ void ResidueEditor::PatchResidue(int residue, const TopologyLibrary::Residue& pa
           molecule_.residueChains[residue].c_str());
     }
   }
+}
+
+void ResidueEditor::AddBond(long long atom1, long long atom2) {
+  edited_ = true;
+  const auto size = static_cast<long long>(molecule_.tmpAtoms.size());
+  if (atom1 < 0 || atom1 >= size || atom2 < 0 || atom2 >= size) {
+    RAVELO_FAIL("Invalid atom index: %d %d.", atom1 + 1, atom2 + 1);
+  }
+  new_bonds_.push_back({static_cast<int>(atom1), static_cast<int>(atom2)});
+  EndIfBondLeavesAtoms();
+}
+
+void ResidueEditor::RenameResidue(int residue, const std::string& name) {
+  edited_ = true;
+  molecule_.residueNames[residue] = name;
+  const int size = SizeOf(residue);
+  for (int i = 0; i < size; ++i) {
+    const int atom = AtomInResidue(residue, i);
+    AtomAt(atom).ResName = name;
+    // The topology of another molecule can be shorter.
+    const bool in_topology = IsNew(atom) || atom < static_cast<int>(molecule_.tmpAtoms.size());
+    if (with_topology_ && in_topology) TopologyAtomAt(atom).residue_name = name;
+  }
+  EndIfBondLeavesAtoms();
+}
+
+// A PSF file can name bonds of atoms that are not there, which ends the run as soon as the topology
+// is rebuilt. Where every step rebuilds it, that is behind the first step, before any other speaks.
+void ResidueEditor::EndIfBondLeavesAtoms() {
+  if (!with_topology_ || bonds_checked_) return;
+  bonds_checked_ = true;
+  const int size = static_cast<int>(molecule_.tmpAtoms.size());
+  const auto leaves_atoms = [&](int atom) { return atom < 0 || atom >= size; };
+  if (std::ranges::any_of(molecule_.tmpBonds.flat(), leaves_atoms)) Commit();
 }
 
 // Puts the atoms in their new order and brings the residue tables up to date. Gives the new
@@ -290,7 +326,7 @@ void ResidueEditor::CommitTerms(const std::vector<int>& new_positions, const Ter
 }
 
 void ResidueEditor::Commit() {
-  if (!patched_) return;
+  if (!edited_) return;
   if (atoms_changed_) {
     const std::vector<int> new_positions = CommitAtoms();
     if (with_topology_) {
@@ -307,6 +343,19 @@ void ResidueEditor::Commit() {
     molecule_.topology.Build(molecule_.tmpAtoms, molecule_.tmpBonds, molecule_.tmpImpropers,
                              molecule_.tmpCmaps);
   }
+  Clear();
+}
+
+void ResidueEditor::Clear() {
+  atoms_before_ = molecule_.numAtoms;
+  atoms_changed_ = edited_ = false;
+  std::ranges::fill(edit_of_residue_, -1);
+  edited_residues_.clear();
+  new_atoms_.clear();
+  new_topology_atoms_.clear();
+  new_bonds_.clear();
+  new_impropers_.clear();
+  new_cmaps_.clear();
 }
 
 }  // namespace orvane

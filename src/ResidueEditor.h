@@ -1,4 +1,4 @@
-// Patches residues of a molecule, as many as wanted in one pass over it.
+// Edits residues of a molecule, as many as wanted in one pass over it.
 #ifndef RAVELO_RESIDUEEDITOR_H
 #define RAVELO_RESIDUEEDITOR_H
 
@@ -15,11 +15,11 @@ namespace orvane {
 
 /// An open edit of a molecule. Each patch costs what its residue costs; `Commit` then brings the
 /// molecule's tables, lists and topology up to date in one pass over it. The result is that of
-/// inserting and erasing atom by atom and of rebuilding the topology after every patch.
+/// inserting and erasing atom by atom and of rebuilding the topology after every step, and what is
+/// printed is so, too.
 ///
 /// Until `Commit`, the molecule must not be changed elsewhere and its tables show the state before
-/// the edit (the names, numbers and chains of its residues, which patches do not touch, hold all
-/// along).
+/// the edit (but the names, numbers and chains of its residues hold all along).
 class ResidueEditor {
  public:
   /// With topology, the molecule's `tmp` lists are edited along with its atoms; `masses` gives
@@ -31,7 +31,14 @@ class ResidueEditor {
   void PatchResidueCore(int residue, const TopologyLibrary::Residue& patch,
                         std::vector<std::string>& to_place);
 
-  /// Carries the edit out; the editor is not to be used afterwards.
+  /// See `PDB::AddBond`. The atoms are named by their positions before the edit, which must be one
+  /// with topology; in 64 bits, since they can come from the user's numbers, less 1.
+  void AddBond(long long atom1, long long atom2);
+
+  /// See `PDB::RenameResidue`. The new name holds at once.
+  void RenameResidue(int residue, const std::string& name);
+
+  /// Carries the edit out. The editor can then begin another one on the molecule as this leaves it.
   void Commit();
 
  private:
@@ -65,16 +72,20 @@ class ResidueEditor {
   void AddAtom(int residue, const TopologyLibrary::Residue& patch, std::size_t entry,
                std::vector<std::string>& to_place);
 
+  void EndIfBondLeavesAtoms();
+
   std::vector<int> CommitAtoms();
   void CommitTerms(const std::vector<int>& new_positions, const TermList& added,
                    TermList& terms) const;
+  void Clear();
 
   PDB& molecule_;
   const std::map<std::string, double>& masses_;
   const bool with_topology_;
-  const int atoms_before_;
+  int atoms_before_;
+  bool bonds_checked_ = false;
   bool atoms_changed_ = false;
-  bool patched_ = false;
+  bool edited_ = false;
 
   // The atoms, in order, of each residue whose atoms have changed; `edit_of_residue_` is -1 for
   // others.

@@ -2,6 +2,7 @@
 #ifndef RAVELO_TERMLIST_H
 #define RAVELO_TERMLIST_H
 
+#include <algorithm>
 #include <cstddef>
 #include <initializer_list>
 #include <span>
@@ -37,6 +38,13 @@ class TermList {
   }
   void push_back(std::span<const int> term) {
     indices_.insert(indices_.end(), term.begin(), term.end());
+  }
+
+  /// Makes room for so many more terms; one call for each of many small additions costs no more
+  /// than the additions do.
+  void reserve_more(std::size_t terms) {
+    const std::size_t wanted = indices_.size() + terms * static_cast<std::size_t>(degree_);
+    if (wanted > indices_.capacity()) indices_.reserve(std::max(wanted, 2 * indices_.size()));
   }
 
   /// Appends the terms of another list of this degree, with `shift` added to every index.

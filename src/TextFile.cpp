@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <system_error>
 
 namespace orvane {
@@ -25,8 +26,20 @@ std::string_view AsCString(std::string_view text) {
   return text.substr(0, text.find('\0'));
 }
 
+// Numbers are made on such a piece of memory, from its end to its front. Behind the end it goes on,
+// so that a short number can be copied as a block of fixed size, which is one or two instructions.
+constexpr std::size_t kShortNumber = 32;
+constexpr std::size_t kWidestField = 64;
+struct Field {
+  char text[kWidestField + kShortNumber];
+
+  Field() { std::memset(text, ' ', sizeof text); }
+  char* end() { return text + kWidestField; }
+};
+
 // Writes the decimal digits of a number in front of `end` and returns where they begin.
-char* DigitsBackwards(std::uint64_t value, char* end) {
+template <typename Unsigned>
+char* DigitsBackwards(Unsigned value, char* end) {
   do {
     *--end = static_cast<char>('0' + value % 10);
     value /= 10;
@@ -34,32 +47,30 @@ char* DigitsBackwards(std::uint64_t value, char* end) {
   return end;
 }
 
-// Formats a value of moderate size into `text` if the digits are certain: if the scaled value is
-// not so near to the middle between two results that the rounding of the product could decide.
-// Returns the number of characters, or 0.
-std::size_t FormatIfCertain(double value, int precision, char* text) {
+// Formats a value of moderate size in front of `end` if the digits are certain: if the scaled value
+// is not so near to the middle between two results that the rounding of the product could decide.
+// Returns where the text begins, or null.
+char* FormatIfCertain(double value, int precision, char* end) {
   constexpr double kLargest = 4e9;
   constexpr double kMargin = 1e-5;  // far above the rounding error of the product, 4e9 * 2^-53
   const double scaled = std::fabs(value) * kPowersOfTen[precision];
-  if (!(scaled < kLargest)) return 0;
-  std::uint64_t whole = static_cast<std::uint64_t>(scaled);
+  if (!(scaled < kLargest)) return nullptr;
+  auto whole = static_cast<std::uint32_t>(scaled);
   const double rest = scaled - static_cast<double>(whole);
-  if (std::fabs(rest - 0.5) < kMargin) return 0;
+  if (std::fabs(rest - 0.5) < kMargin) return nullptr;
   if (rest > 0.5) ++whole;
 
-  char digits[32];
-  char* const end = digits + sizeof digits;
-  char* begin = DigitsBackwards(whole, end);
-  while (end - begin <= precision) *--begin = '0';
-  char* out = text;
-  if (std::signbit(value)) *out++ = '-';
-  char* const point = end - precision;
-  out = std::copy(begin, point, out);
+  char* begin = end;
   if (precision > 0) {
-    *out++ = '.';
-    out = std::copy(point, end, out);
+    for (int i = 0; i < precision; ++i) {
+      *--begin = static_cast<char>('0' + whole % 10);
+      whole /= 10;
+    }
+    *--begin = '.';
   }
-  return static_cast<std::size_t>(out - text);
+  begin = DigitsBackwards(whole, begin);
+  if (std::signbit(value)) *--begin = '-';
+  return begin;
 }
 
 }  // namespace
@@ -152,26 +163,41 @@ void TextFileWriter::Justify(std::string_view text, int width) {
   used_ += blanks + text.size();
 }
 
+// Appends a number that ends with a field, with blanks in front of it up to a width.
+void TextFileWriter::AppendNumber(const char* begin, const char* end, int width) {
+  begin = std::min(begin, end - width);
+  const std::size_t size = static_cast<std::size_t>(end - begin);
+  char* out = Room(kWidestField);
+  if (size <= kShortNumber) {
+    std::memcpy(out, begin, kShortNumber);
+  } else {
+    std::memcpy(out, begin, size);
+  }
+  used_ += size;
+}
+
 void TextFileWriter::Integer(long long value, int width) {
-  char digits[32];
-  char* const end = digits + sizeof digits;
+  Field field;
   // Negated as unsigned, since the smallest value has no positive counterpart.
   const std::uint64_t magnitude =
       value < 0 ? ~static_cast<std::uint64_t>(value) + 1 : static_cast<std::uint64_t>(value);
-  char* begin = DigitsBackwards(magnitude, end);
+  char* begin = magnitude <= std::numeric_limits<std::uint32_t>::max()
+                    ? DigitsBackwards(static_cast<std::uint32_t>(magnitude), field.end())
+                    : DigitsBackwards(magnitude, field.end());
   if (value < 0) *--begin = '-';
-  Justify({begin, static_cast<std::size_t>(end - begin)}, width);
+  AppendNumber(begin, field.end(), width);
 }
 
 void TextFileWriter::Fixed(double value, int width, int precision) {
-  char text[kLongestFixed];
-  std::size_t size = FormatIfCertain(value, precision, text);
-  if (size == 0) {
-    const std::to_chars_result result =
-        std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, precision);
-    size = static_cast<std::size_t>(result.ptr - text);
+  Field field;
+  if (const char* begin = FormatIfCertain(value, precision, field.end())) {
+    AppendNumber(begin, field.end(), width);
+    return;
   }
-  Justify({text, size}, width);
+  char text[kLongestFixed];
+  const std::to_chars_result result =
+      std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, precision);
+  Justify({text, static_cast<std::size_t>(result.ptr - text)}, width);
 }
 
 bool TextFileWriter::Close() {

@@ -43,7 +43,7 @@ class TextFileWriter {
   void Left(std::string_view text, int width);
   void Right(std::string_view text, int width);
 
-  /// As "%*d".
+  /// As "%*d"; `width` is at most 64.
   void Integer(long long value, int width);
 
   /// As "%*.*f"; `width` is at most 64 and `precision` at most 9.
@@ -57,6 +57,7 @@ class TextFileWriter {
   char* Room(std::size_t size);
   void Blanks(std::size_t count);
   void Justify(std::string_view text, int width);
+  void AppendNumber(const char* begin, const char* end, int width);
 
   std::FILE* file_ = nullptr;
   std::vector<char> buffer_;

@@ -46,19 +46,34 @@ void CheckOutputReplacesNoInput(const std::string& output,
   }
 }
 
+struct ReportLine {
+  const char* what;
+  std::size_t count;
+};
+
+void PrintLines(std::initializer_list<ReportLine> lines) {
+  for (const ReportLine& line : lines) std::printf("%-32s %zu\n", line.what, line.count);
+}
+
 void Report(const orvane::EngineTopology& topology) {
-  const struct {
-    const char* what;
-    std::size_t count;
-  } lines[] = {{"Number of atoms:", topology.atoms.size()},
-               {"Number of bonds:", topology.bonds.size()},
-               {"Number of angles:", topology.angles.size()},
-               {"Number of dihedrals:", topology.dihedrals.size()},
-               {"Number of impropers:", topology.impropers.size()},
-               {"Number of cross-terms:", topology.cross_terms.size()},
-               {"Halves of cross-terms left out:", topology.lone_halves},
-               {"Repeated terms left out:", topology.repeated_terms}};
-  for (const auto& line : lines) std::printf("%-32s %zu\n", line.what, line.count);
+  const orvane::EngineTopology::Repeats& repeats = topology.repeats;
+  PrintLines({{"Number of atoms:", topology.atoms.size()},
+              {"Number of bonds:", topology.bonds.size()},
+              {"Number of angles:", topology.angles.size()},
+              {"Number of dihedrals:", topology.dihedrals.size()},
+              {"Number of impropers:", topology.impropers.size()},
+              {"Number of cross-terms:", topology.cross_terms.size()},
+              {"Halves of cross-terms left out:", topology.lone_halves}});
+  if (topology.hydrogen_angles > 0) {
+    PrintLines({{"Angles at rigid bonds left out:", topology.hydrogen_angles}});
+  }
+  PrintLines({{"Repeated terms left out:", repeats.Total()}});
+  if (repeats.Total() == 0) return;
+  PrintLines({{" Repeated bonds:", repeats.bonds},
+              {" Repeated angles:", repeats.angles},
+              {" Repeated dihedrals:", repeats.dihedrals},
+              {" Repeated impropers:", repeats.impropers},
+              {" Repeated cross-terms:", repeats.cross_terms}});
 }
 
 void Warn(const orvane::EngineTopology& topology) {

@@ -4,10 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "TestSupport.h"
@@ -241,7 +245,7 @@ TEST(MakeEngineTopology, KeepsAtomsAndTermsInTheirOrder) {
   EXPECT_EQ(result.dihedrals, topology.GetDihedrals());
   EXPECT_EQ(result.impropers, topology.GetImpropers());
   EXPECT_THAT(result.cross_terms.flat(), ElementsAre(0, 1, 2, 3, 1, 2, 3, 4));
-  EXPECT_EQ(result.repeated_terms, 0u);
+  EXPECT_EQ(result.repeats.Total(), 0u);
 }
 
 TEST(MakeEngineTopology, LeavesOutTermsThatStandTwiceInEitherDirection) {
@@ -255,7 +259,101 @@ TEST(MakeEngineTopology, LeavesOutTermsThatStandTwiceInEitherDirection) {
   EXPECT_THAT(result.angles.flat(), ElementsAre(0, 1, 2, 1, 2, 3));
   EXPECT_THAT(result.dihedrals.flat(), ElementsAre(0, 1, 2, 3));
   EXPECT_THAT(result.impropers.flat(), ElementsAre(0, 1, 2, 3, 0, 2, 1, 3));
-  EXPECT_EQ(result.repeated_terms, 4u);
+  EXPECT_EQ(result.repeats.bonds, 1u);
+  EXPECT_EQ(result.repeats.angles, 1u);
+  EXPECT_EQ(result.repeats.dihedrals, 1u);
+  EXPECT_EQ(result.repeats.impropers, 1u);
+  EXPECT_EQ(result.repeats.cross_terms, 0u);
+  EXPECT_EQ(result.repeats.Total(), 4u);
+}
+
+TEST(MakeEngineTopology, MakesAnglesAndDihedralsAnewWhereABondStandsTwice) {
+  // The file's own angle and dihedral do not follow from its bonds.
+  const TemporaryFolder folder;
+  const std::string once = Replaced(
+      Replaced(kOwnPSF, "       3 !NTHETA: angles\n", "       1 !NTHETA: angles\n 3 1 5 5 1 3\n"),
+      "       2 !NPHI: dihedrals\n", "       1 !NPHI: dihedrals\n 1 3 5 2\n");
+  const std::string twice = Replaced(once, "bonds\n", "bonds\n 5 4 2 1\n");
+  const EngineTopology kept = LoadEngineTopology(folder.Write("once.psf", once));
+  EXPECT_EQ(kept.repeats.bonds, 0u);
+  EXPECT_EQ(kept.repeats.angles, 1u);
+  EXPECT_THAT(kept.angles.flat(), ElementsAre(2, 0, 4, 0, 1, 2, 1, 2, 3, 2, 3, 4));
+  EXPECT_THAT(kept.dihedrals.flat(), ElementsAre(0, 2, 4, 1, 0, 1, 2, 3, 1, 2, 3, 4));
+
+  const EngineTopology made = LoadEngineTopology(folder.Write("twice.psf", twice));
+  EXPECT_EQ(made.repeats.bonds, 2u);
+  EXPECT_THAT(made.bonds.flat(), ElementsAre(4, 3, 1, 0, 1, 2, 2, 3)) << "the first ones stay";
+  EXPECT_THAT(made.angles.flat(), ElementsAre(0, 1, 2, 1, 2, 3, 2, 3, 4));
+  EXPECT_THAT(made.dihedrals.flat(), ElementsAre(0, 1, 2, 3, 1, 2, 3, 4));
+}
+
+TEST(MakeEngineTopology, GivesTheTermsOfTheBondsWithoutThoseThatStandTwice) {
+  std::mt19937 random(5);
+  const auto below = [&](int limit) { return static_cast<int>(random() % limit); };
+  for (int round = 0; round < 300; ++round) {
+    const int atoms = 2 + below(12);
+    TermList once(2);
+    TermList all(2);
+    std::set<std::pair<int, int>> seen;
+    for (int i = 0; i < 2 * atoms; ++i) {
+      const int a = below(atoms);
+      const int b = below(atoms);
+      if (a == b) continue;
+      all.push_back({a, b});
+      if (seen.emplace(std::min(a, b), std::max(a, b)).second) once.push_back({a, b});
+    }
+    MolecularMechanicsTopology plain;
+    plain.Build(MakeAtoms(atoms), once, TermList(4), TermList(4));
+    MolecularMechanicsTopology doubled;
+    doubled.Build(MakeAtoms(atoms), all, TermList(4), TermList(4));
+    const EngineTopology result = MakeEngineTopology(doubled, "a.psf");
+    ASSERT_EQ(result.bonds, once);
+    ASSERT_EQ(result.angles, plain.GetAngles());
+    ASSERT_EQ(result.dihedrals, plain.GetDihedrals());
+    ASSERT_EQ(result.repeats.bonds, all.size() - once.size());
+    ASSERT_EQ(result.repeats.angles, doubled.GetAngles().size() - plain.GetAngles().size());
+    ASSERT_EQ(result.repeats.dihedrals,
+              doubled.GetDihedrals().size() - plain.GetDihedrals().size());
+  }
+}
+
+TEST(MakeEngineTopology, LeavesOutAnglesAtTheRigidBondOfWater) {
+  std::vector<Atom> atoms = MakeAtoms(6);
+  for (const int hydrogen : {1, 2}) atoms[hydrogen].mass = 1.008;
+  MolecularMechanicsTopology source;
+  // A water, and a ring of three heavy atoms.
+  source.Build(atoms, Terms(2, {0, 1, 0, 2, 1, 2, 3, 4, 4, 5, 3, 5}), TermList(4), TermList(4));
+  ASSERT_EQ(source.GetAngles().size(), 6u);
+  const EngineTopology topology = MakeEngineTopology(source, "a.psf");
+  EXPECT_EQ(topology.hydrogen_angles, 2u);
+  EXPECT_EQ(topology.bonds.size(), 6u);
+  ASSERT_EQ(topology.angles.size(), 4u);
+  EXPECT_EQ(topology.angles[0][1], 0);
+}
+
+TEST(MakeEngineTopology, KeepsAnglesAtAHydrogenBetweenHeavyAtoms) {
+  std::vector<Atom> atoms = MakeAtoms(3);
+  atoms[1].mass = 1.008;
+  MolecularMechanicsTopology source;
+  source.Build(atoms, Terms(2, {0, 1, 1, 2}), TermList(4), TermList(4));
+  const EngineTopology topology = MakeEngineTopology(source, "a.psf");
+  EXPECT_EQ(topology.hydrogen_angles, 0u);
+  EXPECT_EQ(topology.angles.size(), 1u);
+}
+
+TEST(MakeEngineTopology, LeavesOutCrossTermsThatStandTwiceHoweverTheirHalvesAreTurned) {
+  MolecularMechanicsTopology topology;
+  topology.Build(MakeAtoms(6), Terms(2, {}), Terms(4, {}),
+                 Terms(4, {0, 1, 2, 3, 1, 2, 3, 4,  //
+                           2, 3, 4, 5,              // a chain's end
+                           3, 2, 1, 0, 4, 3, 2, 1,  // again, turned around
+                           4, 3, 2, 1, 3, 2, 1, 0,  // its dihedrals in the other order
+                           5, 4, 3, 2}));           // the end again
+  const EngineTopology result = MakeEngineTopology(topology, "a.psf");
+  EXPECT_THAT(result.cross_terms.flat(),
+              ElementsAre(0, 1, 2, 3, 1, 2, 3, 4, 4, 3, 2, 1, 3, 2, 1, 0));
+  EXPECT_EQ(result.repeats.cross_terms, 1u);
+  EXPECT_EQ(result.lone_halves, 2u);
 }
 
 TEST(LoadEngineTopology, NamesTheTermAndTheAtomThatIsNotThere) {
@@ -493,6 +591,30 @@ TEST(Export, WritesWhatAnIndependentReaderFindsInThePSF) {
   EXPECT_THAT(after.counts["NCRTERM"], ElementsAre(1));
   EXPECT_THAT(after.numbers["NGRP NST2"], ElementsAre(0, 2, 0, 1, 2, 0, 2, 2, 0, 3, 2, 0, 4, 2, 0))
       << "an atom of another segment begins a group";
+}
+
+TEST(Export, TellsWhatStoodTwice) {
+  const TemporaryFolder folder;
+  folder.Write("own.psf", Replaced(Replaced(Replaced(kOwnPSF, "bonds\n", "bonds\n 2 1 3 4\n"),
+                                            "impropers\n", "impropers\n 4 3 1 2\n"),
+                                   "cross-terms\n", "cross-terms\n 4 3 2 1 5 4 3 2\n"));
+  const RunResult result = RunExport({"-i", "own.psf", "-o", "engine.psf"}, folder);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("Number of bonds:                 4\n"
+                                    "Number of angles:                3\n"
+                                    "Number of dihedrals:             2\n"
+                                    "Number of impropers:             1\n"
+                                    "Number of cross-terms:           1\n"
+                                    "Halves of cross-terms left out:  0\n"
+                                    "Repeated terms left out:         4\n"
+                                    " Repeated bonds:                 2\n"
+                                    " Repeated angles:                0\n"
+                                    " Repeated dihedrals:             0\n"
+                                    " Repeated impropers:             1\n"
+                                    " Repeated cross-terms:           1\n"));
+  const PlainPSF psf = ParsePlainly(folder.Read("engine.psf"));
+  EXPECT_THAT(psf.numbers.at("NBOND"), ElementsAre(2, 1, 3, 4, 2, 3, 4, 5));
+  EXPECT_THAT(psf.numbers.at("NTHETA"), ElementsAre(1, 2, 3, 3, 4, 5, 2, 3, 4));
 }
 
 TEST(Export, ComesBackThroughOurOwnReaderUpToTheCrossTerms) {

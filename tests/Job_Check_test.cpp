@@ -1,21 +1,17 @@
 // The mode "check", run as the user runs it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "TestSupport.h"
+#include "JobTest.h"
 
 namespace orvane {
 namespace {
 
-namespace fs = std::filesystem;
+using testing_support::JobTest;
+using testing_support::OutputOfMode;
 using testing_support::RunRavelo;
-using testing_support::RunResult;
-using testing_support::TemporaryFolder;
-using testing_support::WithoutPlace;
 
 using List = std::vector<std::string>;
 
@@ -61,34 +57,14 @@ std::string ReportOf(const std::string& input, int amino_acids, const std::strin
          output + "\n";
 }
 
-class Check : public testing::Test {
+class Check : public JobTest {
  protected:
-  // Runs the mode, which must end with status 0 and print nothing on standard error.
-  std::string Run(const List& options, const std::string& mode = "check") {
-    List words{mode};
-    words.insert(words.end(), options.begin(), options.end());
-    const RunResult result = RunRavelo(words, folder.path());
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
-    return result.out;
-  }
-
-  List Files() const {
-    List names;
-    for (const auto& entry : fs::directory_iterator(folder.path())) {
-      names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
-  TemporaryFolder folder;
+  Check() : JobTest("check") {}
 };
 
 TEST_F(Check, NeedsAnInputFile) {
-  EXPECT_EQ(WithoutPlace(Run({})), "Error occurs: An input file must be given with \"-i\".");
-  EXPECT_EQ(WithoutPlace(Run({"--in=", "-o", "x"})),
-            "Error occurs: An input file must be given with \"-i\".");
+  EXPECT_EQ(Run({}), "Error occurs: An input file must be given with \"-i\".");
+  EXPECT_EQ(Run({"--in=", "-o", "x"}), "Error occurs: An input file must be given with \"-i\".");
   EXPECT_EQ(Files(), List{});
 }
 
@@ -102,7 +78,8 @@ TEST_F(Check, ReportsAndWritesAMoleculeWithoutModels) {
 
 TEST_F(Check, IsFoundByAModeInUpperCase) {
   folder.Write("a.pdb", kAtom1);
-  EXPECT_EQ(Run({"-i", "a.pdb"}, "CHECK"), ReportOf("a.pdb", 1, "a-check.pdb"));
+  EXPECT_EQ(OutputOfMode(RunRavelo({"CHECK", "-i", "a.pdb"}, folder.path())),
+            ReportOf("a.pdb", 1, "a-check.pdb"));
 }
 
 TEST_F(Check, SplitsAFileOfTwoModels) {
@@ -202,21 +179,21 @@ TEST_F(Check, WritesAPdbFileOfAnXyzFile) {
 }
 
 TEST_F(Check, EndsWhereTheInputCannotBeOpenedBeforeItLooksAtItsType) {
-  EXPECT_EQ(WithoutPlace(Run({"-i", "missing"})),
+  EXPECT_EQ(Run({"-i", "missing"}),
             "Read: missing\n"
             "Error occurs: Cannot open file \"missing\".");
 }
 
 TEST_F(Check, EndsAtAFileOfAnotherType) {
   folder.Write("a.txt", kAtom1);
-  EXPECT_EQ(WithoutPlace(Run({"-i", "a.txt"})),
+  EXPECT_EQ(Run({"-i", "a.txt"}),
             "Read: a.txt\n"
             "Error occurs: Unknown molecule file type: \".txt\".");
 }
 
 TEST_F(Check, EndsWhereAModelCannotBeWritten) {
   folder.Write("m.pdb", Text({kAtom1, "ENDMDL\n", kAtom2, "ENDMDL\n"}));
-  EXPECT_EQ(WithoutPlace(Run({"-i", "m.pdb", "-o", "no/x"})),
+  EXPECT_EQ(Run({"-i", "m.pdb", "-o", "no/x"}),
             "Read: m.pdb\n"
             "There are 2 models in \"m.pdb\".\n"
             "Each of them is saved to \"no/x-X.pdb\".\n"
@@ -225,13 +202,13 @@ TEST_F(Check, EndsWhereAModelCannotBeWritten) {
 
 TEST_F(Check, EndsWhereTheMoleculeCannotBeWritten) {
   folder.Write("a.pdb", kAtom1);
-  EXPECT_EQ(WithoutPlace(Run({"-i", "a.pdb", "-o", "no/x"})),
+  EXPECT_EQ(Run({"-i", "a.pdb", "-o", "no/x"}),
             ReportOf("a.pdb", 1, "no/x.pdb") +
                 "Error occurs: Cannot save the molecule to a PDB file \"no/x.pdb\".");
 }
 
 TEST_F(Check, NamesThePlaceOfAFailure) {
-  const std::string out = Run({});
+  const std::string out = RunRavelo({"check"}, folder.path()).out;
   EXPECT_EQ(out.find("Error occurs: An input file must be given with \"-i\". (in "
                      "src/Job_Check.cpp at line "),
             0u);

@@ -2,23 +2,18 @@
 // every atom with the first type of its element, whatever the networks were trained to.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "JobTest.h"
 #include "MolecularMechanicsTopology.h"
-#include "TestSupport.h"
 
 namespace orvane {
 namespace {
 
-namespace fs = std::filesystem;
-using testing_support::RunRavelo;
-using testing_support::RunResult;
-using testing_support::TemporaryFolder;
-using testing_support::WithoutPlace;
+using testing_support::JobTest;
+using testing_support::PdbLine;
 
 using List = std::vector<std::string>;
 
@@ -46,26 +41,9 @@ constexpr const char* kChargeWarning =
     "recalculate them.\n"
     "More information: https://orvane.example/ravelo/doc/tutorial-2.html\n";
 
-class LigandJob : public testing::Test {
+class LigandJob : public JobTest {
  protected:
-  // Runs the mode, which must end with status 0 and print nothing on standard error.
-  std::string Run(const List& options) {
-    List words{"ligand"};
-    words.insert(words.end(), options.begin(), options.end());
-    const RunResult result = RunRavelo(words, folder.path());
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
-    return WithoutPlace(result.out);
-  }
-
-  List Files() const {
-    List names;
-    for (const auto& entry : fs::directory_iterator(folder.path())) {
-      names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
+  LigandJob() : JobTest("ligand") {}
 
   // Columns 31 to 54 of the atom lines of a PDB file.
   List CoordsOf(const std::string& name) const {
@@ -82,8 +60,6 @@ class LigandJob : public testing::Test {
     topology.LoadFromPSF(folder / name);
     return topology;
   }
-
-  TemporaryFolder folder;
 };
 
 TEST_F(LigandJob, NeedsAnInputFile) {
@@ -103,9 +79,8 @@ TEST_F(LigandJob, WithoutACellOnlyTheMoleculeIsWritten) {
                 "Total charge: -0.20000\n" +
                 kChargeWarning);
   EXPECT_EQ(Files(), (List{"m-ligand-naive.prm", "m-ligand.pdb", "m-ligand.psf", "m.xyz"}));
-  EXPECT_EQ(CoordsOf("m-ligand.pdb"),
-            (List{"   0.500   0.000   0.000", "   9.500   0.000   0.000",
-                  "   4.000   5.000   5.000"}));
+  EXPECT_EQ(CoordsOf("m-ligand.pdb"), (List{"   0.500   0.000   0.000", "   9.500   0.000   0.000",
+                                            "   4.000   5.000   5.000"}));
   EXPECT_TRUE(TopologyOf("m-ligand.psf").GetBonds().empty());
 }
 
@@ -177,19 +152,64 @@ TEST_F(LigandJob, CountsTheCellsOnBothSides) {
 TEST_F(LigandJob, SixNumbersAreLengthsAndAngles) {
   folder.Write("m.xyz", kSplit);
   const std::string out = Run({"-i", "m.xyz", "-o", "x", "--pbc", "8 9.5 10 85 80 100"});
-  EXPECT_TRUE(out.starts_with("Read: m.xyz\n"
-                              "PBC is provided:\n"
-                              "A:          8.00000000 Angstrom\n"
-                              "B:          9.50000000 Angstrom\n"
-                              "C:         10.00000000 Angstrom\n"
-                              "Alpha:     85.00000000 Degree\n"
-                              "Beta:      80.00000000 Degree\n"
-                              "Gamma:    100.00000000 Degree\n"
-                              "T1:      8.00000000      0.00000000      0.00000000\n"
-                              "T2:     -1.64965769      9.35567365      0.00000000\n"
-                              "T3:      1.73648178      1.19119119      9.77577079\n"
-                              "Super cells: 0 0 0\n"))
+  EXPECT_TRUE(
+      out.starts_with("Read: m.xyz\n"
+                      "PBC is provided:\n"
+                      "A:          8.00000000 Angstrom\n"
+                      "B:          9.50000000 Angstrom\n"
+                      "C:         10.00000000 Angstrom\n"
+                      "Alpha:     85.00000000 Degree\n"
+                      "Beta:      80.00000000 Degree\n"
+                      "Gamma:    100.00000000 Degree\n"
+                      "T1:      8.00000000      0.00000000      0.00000000\n"
+                      "T2:     -1.64965769      9.35567365      0.00000000\n"
+                      "T3:      1.73648178      1.19119119      9.77577079\n"
+                      "Super cells: 0 0 0\n"))
       << out;
+}
+
+TEST_F(LigandJob, AnglesThatNoCellHasAreNotComplainedOf) {
+  folder.Write("m.xyz", kSplit);
+  const std::string out = Run({"-i", "m.xyz", "-o", "x", "--pbc", "10 10 10 150 30 30"});
+  EXPECT_NE(out.find("nan\nSuper cells: 0 0 0\n"), std::string::npos) << out;
+  EXPECT_TRUE(out.ends_with("Write PDB: x-sc.pdb\nWrite PSF: x-sc.psf\n")) << out;
+  EXPECT_EQ(folder.Read("x-sc.pdb"), folder.Read("x.pdb"));
+}
+
+TEST_F(LigandJob, TheBlockIsLookedOverLikeAFileThatIsRead) {
+  folder.Write("m.pdb", PdbLine("HETATM", 1, "CLA", "LIG", "A", 7, 1.0, 2.0, 3.0, 0.5) +
+                            PdbLine("HETATM", 2, "C1", "LIG", "A", 8, 5.0, 6.0, 7.0));
+  const std::string out = Run({"-i", "m.pdb", "-o", "x", "--pbc", kCell, "--super-cells", "0 1 0"});
+  const auto warning = [](int residue) {
+    return "Warning: The atom CLA in residue LIG" + std::to_string(residue) +
+           " at chain A has an occupancy of 0.500.\n";
+  };
+  EXPECT_TRUE(out.starts_with("Read: m.pdb\n" + warning(7) + "PBC is provided:\n")) << out;
+  EXPECT_TRUE(out.ends_with(kChargeWarning + warning(7) + warning(8) + warning(9) +
+                            "Write PDB: x-sc.pdb\nWrite PSF: x-sc.psf\n"))
+      << out;
+  // The two files count the copies in their own ways.
+  List residues;
+  std::istringstream lines(folder.Read("x-sc.pdb"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("HETATM")) residues.push_back(line.substr(22, 4));
+  }
+  EXPECT_EQ(residues, (List{"   7", "   8", "   8", "   8", "   9", "   9"}));
+  std::vector<int> numbers;
+  const MolecularMechanicsTopology topology = TopologyOf("x-sc.psf");
+  for (const auto& atom : topology.GetAtoms()) numbers.push_back(atom.residue_sn);
+  EXPECT_EQ(numbers, (std::vector<int>{1, 1, 2, 2, 3, 3}));
+}
+
+TEST_F(LigandJob, AnAtomThatIsLeftOutOfTheBlockStaysInItsTopology) {
+  // Of two such atoms in a row, one is taken away as the file is read and one with the block.
+  folder.Write("m.pdb", PdbLine("HETATM", 1, "CLA", "LIG", "A", 1, 1.0, 2.0, 3.0) +
+                            PdbLine("HETATM", 2, "OXT", "LIG", "A", 1, 5.0, 6.0, 7.0) +
+                            PdbLine("HETATM", 3, "OXT", "LIG", "A", 1, 5.0, 6.0, 7.0));
+  Run({"-i", "m.pdb", "-o", "x", "--pbc", kCell});
+  EXPECT_EQ(CoordsOf("x.pdb").size(), 2u);
+  EXPECT_EQ(CoordsOf("x-sc.pdb").size(), 1u);
+  EXPECT_EQ(TopologyOf("x-sc.psf").GetAtoms().size(), 2u);
 }
 
 TEST_F(LigandJob, AnUnknownElementIsNamed) {
@@ -206,6 +226,19 @@ TEST_F(LigandJob, AnUnknownElementIsNamed) {
   EXPECT_EQ(topology.GetAtoms()[0].type, "X");
   EXPECT_EQ(topology.GetAtoms()[0].charge, -1.0);
   EXPECT_EQ(topology.GetAtoms()[1].type, "CG1T1");
+}
+
+TEST_F(LigandJob, OfManyUnknownElementsAFewAreNamed) {
+  std::string text = "11\nunknown\n";
+  for (char letter = 'k'; letter >= 'a'; --letter) {
+    text += std::string("Q") + letter + " " + std::to_string(letter) + " 0 0\n";
+  }
+  folder.Write("m.xyz", text);
+  const std::string out = Run({"-i", "m.xyz", "-o", "x"});
+  EXPECT_NE(out.find("type: \"Qa\", \"Qb\", \"Qc\", \"Qd\", \"Qe\", \"Qf\", \"Qg\", \"Qh\", "
+                     "\"Qi\", \"Qj\" and 1 more.\n"),
+            std::string::npos)
+      << out;
 }
 
 TEST_F(LigandJob, AnAtomThatIsMeantToBeNoneIsNotWarnedOf) {
@@ -229,9 +262,10 @@ TEST_F(LigandJob, AMoleculeWithoutAtomsIsWritten) {
 TEST_F(LigandJob, ABlockThatIsTooLargeEndsTheRunBeforeTheWork) {
   folder.Write("m.xyz", kSplit);
   const std::string out = Run({"-i", "m.xyz", "--pbc", kCell, "--super-cells", "0 0 2147483647"});
-  EXPECT_TRUE(out.ends_with("Super cells: 0 0 2147483647\n"
-                            "Error occurs: The super cells 0 0 2147483647 are too many: there "
-                            "would be more than 2147483647 atoms."))
+  EXPECT_TRUE(
+      out.ends_with("Super cells: 0 0 2147483647\n"
+                    "Error occurs: The super cells 0 0 2147483647 are too many: there "
+                    "would be more than 2147483647 atoms."))
       << out;
   EXPECT_EQ(Files(), List{"m.xyz"});
 }
@@ -243,10 +277,12 @@ TEST_F(LigandJob, AtomsOnOneSpotEndTheRunBeforeAFileIsWritten) {
     folder.Write("m.xyz", text);
     return Run({"-i", "m.xyz"});
   };
-  EXPECT_TRUE(run(300).ends_with("Guess topology and parameters ...\n"
-                                 "Error occurs: The topology would have too many dihedrals."));
-  EXPECT_TRUE(run(1000).ends_with("Guess topology and parameters ...\n"
-                                  "Error occurs: The topology would have too many angles."));
+  EXPECT_TRUE(
+      run(300).ends_with("Guess topology and parameters ...\n"
+                         "Error occurs: The topology would have too many dihedrals."));
+  EXPECT_TRUE(
+      run(1000).ends_with("Guess topology and parameters ...\n"
+                          "Error occurs: The topology would have too many angles."));
   EXPECT_EQ(Files(), List{"m.xyz"});
 }
 

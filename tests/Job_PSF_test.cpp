@@ -1,21 +1,15 @@
 // The mode "psf", run as the user runs it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "TestSupport.h"
+#include "JobTest.h"
 
 namespace orvane {
 namespace {
 
-namespace fs = std::filesystem;
-using testing_support::RunRavelo;
-using testing_support::RunResult;
-using testing_support::TemporaryFolder;
-using testing_support::WithoutPlace;
+using testing_support::JobTest;
 
 using List = std::vector<std::string>;
 
@@ -52,28 +46,9 @@ constexpr const char* kSecond =
     "9 W 5 tip3 h1 HT 0.5 1.008 0\n"
     "\n1\n2 1\n\n0\n\n0\n\n0\n\n1\n1 2 1 2\n";
 
-class PSFJob : public testing::Test {
+class PSFJob : public JobTest {
  protected:
-  // Runs the mode, which must end with status 0 and print nothing on standard error.
-  std::string Run(const List& options) {
-    List words{"psf"};
-    words.insert(words.end(), options.begin(), options.end());
-    const RunResult result = RunRavelo(words, folder.path());
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
-    return WithoutPlace(result.out);
-  }
-
-  List Files() const {
-    List names;
-    for (const auto& entry : fs::directory_iterator(folder.path())) {
-      names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
-  TemporaryFolder folder;
+  PSFJob() : JobTest("psf") {}
 };
 
 TEST_F(PSFJob, MergesFilesInTheOrderGiven) {

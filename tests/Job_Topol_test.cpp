@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "TestSupport.h"
+#include "JobTest.h"
 
 namespace orvane {
 namespace {
 
 namespace fs = std::filesystem;
+using testing_support::NamesIn;
+using testing_support::OutputOfMode;
 using testing_support::RunProgram;
-using testing_support::RunResult;
 using testing_support::TemporaryFolder;
-using testing_support::WithoutPlace;
 
 using List = std::vector<std::string>;
 
@@ -96,11 +96,8 @@ class TopolJob : public testing::Test {
   std::string Run(const List& options) {
     List words{"topol"};
     words.insert(words.end(), options.begin(), options.end());
-    const RunResult result =
-        RunProgram(folder.path() / "bin/ravelo", words, folder.path() / "work");
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
-    std::string out = WithoutPlace(result.out);
+    std::string out =
+        OutputOfMode(RunProgram(folder.path() / "bin/ravelo", words, folder.path() / "work"));
     const std::string data = fs::canonical(folder.path()).string() + "/bin/data/";
     for (std::size_t at; (at = out.find(data)) != std::string::npos;) {
       out.replace(at, data.size(), "DATA/");
@@ -110,12 +107,10 @@ class TopolJob : public testing::Test {
 
   // The files that runs have left.
   List Outputs() const {
-    List names;
-    for (const auto& entry : fs::directory_iterator(folder.path() / "work")) {
-      const std::string name = entry.path().filename().string();
-      if (std::find(inputs_.begin(), inputs_.end(), name) == inputs_.end()) names.push_back(name);
-    }
-    std::sort(names.begin(), names.end());
+    List names = NamesIn(folder.path() / "work");
+    std::erase_if(names, [&](const std::string& name) {
+      return std::find(inputs_.begin(), inputs_.end(), name) != inputs_.end();
+    });
     return names;
   }
 

@@ -23,7 +23,8 @@ TEST(Job, KnowsTheModesThatAreBuilt) {
     modes.push_back(mode);
     EXPECT_NE(driver, nullptr) << mode;
   }
-  EXPECT_EQ(modes, (std::vector<std::string>{"check", "ligand", "psf", "topol"}));
+  EXPECT_EQ(modes, (std::vector<std::string>{"check", "ligand", "modify", "pdb", "psf", "remove",
+                                             "solvate", "topol"}));
 }
 
 TEST(Job, RefusesAnUnknownMode) {

@@ -265,6 +265,29 @@ TEST(PDB_Fragments, RandomFragmentsMoveAsPlainly) {
   }
 }
 
+TEST(PDB_Fragments, EquallyGoodMovesOfRandomFragmentsAreChosenAsPlainly) {
+  // In cubic cells many moves lead equally close, or would but for rounding.
+  std::mt19937 engine(8);
+  const auto whole = [&](int low, int high) {
+    return low + static_cast<int>(engine() % static_cast<unsigned>(high - low + 1));
+  };
+  for (int round = 0; round < 1000; ++round) {
+    SCOPED_TRACE(round);
+    const double grid = round % 2 == 0 ? 1.0 : 1.1;
+    const double edge = grid * whole(3, 6);
+    const LatticeVectors lattice = {Vec3D(edge, 0, 0), Vec3D(0, edge, 0), Vec3D(0, 0, edge)};
+    std::vector<Site> sites;
+    for (int i = whole(0, 8); i > 0; --i) {
+      const double x = grid * whole(-4, 4), y = grid * whole(-4, 4), z = grid * whole(-4, 4);
+      // One atom, or three on a diagonal.
+      for (int k = 2 * whole(0, 1); k >= 0; --k) {
+        sites.push_back({"C", Vec3D(x + 0.8 * k, y + 0.8 * k, z + 0.8 * k)});
+      }
+    }
+    ExpectSameAsPlain(MoleculeAt(sites), lattice);
+  }
+}
+
 struct Crystal {
   const char* name;
   int molecules;

@@ -1,6 +1,7 @@
 // The molecule in a periodic cell: wrapping, new coordinates, blocks of cells.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -48,10 +49,15 @@ std::vector<double> NumbersOf(const PDB& molecule) {
 using Numbers = std::vector<double>;
 
 TEST(PDB_WrapPBC, OneAtomInsideKeepsTheResidueInPlace) {
-  PDB molecule = MoleculeAt({{1, {4.0, 0.0, 0.0}}, {1, {9.0, 0.0, 0.0}}, {1, {-27.0, 0.0, 0.0}}});
-  const Numbers before = NumbersOf(molecule);
-  molecule.WrapPBC(10.0, 10.0, 10.0);
-  EXPECT_EQ(NumbersOf(molecule), before);
+  std::vector<Place> places = {{1, {4.0, 0.0, 0.0}}, {1, {9.0, 0.0, 0.0}}, {1, {-27.0, 0.0, 0.0}}};
+  // Wherever in the residue it stands.
+  for (int turn = 0; turn < 3; ++turn) {
+    std::rotate(places.begin(), places.begin() + 1, places.end());
+    PDB molecule = MoleculeAt(places);
+    const Numbers before = NumbersOf(molecule);
+    molecule.WrapPBC(10.0, 10.0, 10.0);
+    EXPECT_EQ(NumbersOf(molecule), before);
+  }
 }
 
 TEST(PDB_WrapPBC, AResidueOutsideIsWrappedAtomByAtom) {
@@ -95,10 +101,13 @@ TEST(PDB_WrapPBC, ResiduesOfOneAtomLandInTheBox) {
   molecule.WrapPBC(20.0, 30.0, 7.0);
   for (int i = 0; i < 500; ++i) {
     const Vec3D now = molecule.atoms[i].Coord;
-    const Vec3D moved = now - places[i].coord;
+    const Vec3D before = places[i].coord;
+    const Vec3D moved = now - before;
     EXPECT_LE(std::abs(now.x), 10.0);
     EXPECT_LE(std::abs(now.y), 15.0);
     EXPECT_LE(std::abs(now.z), 3.5);
+    EXPECT_EQ(now.x, before.x - std::round(before.x / 20.0) * 20.0);
+    EXPECT_EQ(now.z, before.z - std::round(before.z / 7.0) * 7.0);
     EXPECT_NEAR(moved.x / 20.0, std::round(moved.x / 20.0), 1e-12);
     EXPECT_NEAR(moved.y / 30.0, std::round(moved.y / 30.0), 1e-12);
     EXPECT_NEAR(moved.z / 7.0, std::round(moved.z / 7.0), 1e-12);
@@ -132,10 +141,25 @@ TEST(PDB_SetCoords, ReplacesTheCoordinatesAlone) {
   EXPECT_EQ(molecule.numResidues, 2);
 }
 
+TEST(PDB_SetCoords, LeavesTheTopologyAlone) {
+  PDB molecule = MoleculeAt({{1, {}}, {1, {1.0, 0.0, 0.0}}});
+  molecule.tmpAtoms.resize(2);
+  molecule.tmpBonds.push_back({0, 1});
+  molecule.topology.Build(molecule.tmpAtoms, molecule.tmpBonds, molecule.tmpImpropers,
+                          molecule.tmpCmaps);
+  molecule.SetCoords({{50.0, 0.0, 0.0}, {-50.0, 0.0, 0.0}});
+  EXPECT_EQ(molecule.topology.GetBonds().flat(), (std::vector<int>{0, 1}));
+  EXPECT_EQ(molecule.tmpBonds.size(), 1u);
+}
+
 TEST(PDB_SetCoords, RefusesAnotherNumberOfCoordinates) {
-  EXPECT_EQ(MessageOf([] { MoleculeAt({{1, {}}, {1, {}}}).SetCoords({{}}); }),
+  EXPECT_EQ(MessageOf([] {
+              MoleculeAt({{1, {}}, {1, {}}}).SetCoords({{}});
+            }),
             "Error occurs: Number of coordinates (1) does not match number of atoms (2).");
-  EXPECT_EQ(MessageOf([] { MoleculeAt({}).SetCoords({{}, {}, {}}); }),
+  EXPECT_EQ(MessageOf([] {
+              MoleculeAt({}).SetCoords({{}, {}, {}});
+            }),
             "Error occurs: Number of coordinates (3) does not match number of atoms (0).");
 }
 
@@ -167,9 +191,8 @@ TEST(PDB_BuildSuperCells, CopiesCountOnFromTheFirstResidue) {
   molecule.atoms[1].TempFactor = 0.5;
   molecule.BuildSuperCells(kT1, kT2, kT3, 1, 0, 0);
   EXPECT_EQ(molecule.numAtoms, 6);
-  EXPECT_EQ(NumbersOf(molecule),
-            (Numbers{1.0, 2.0, 3.0, 4.0, 5.0, 6.0, -9.0, 2.0, 3.0, -6.0, 5.0, 6.0, 11.0, 2.0, 3.0,
-                     14.0, 5.0, 6.0}));
+  EXPECT_EQ(NumbersOf(molecule), (Numbers{1.0, 2.0, 3.0, 4.0, 5.0, 6.0, -9.0, 2.0, 3.0, -6.0, 5.0,
+                                          6.0, 11.0, 2.0, 3.0, 14.0, 5.0, 6.0}));
   // All atoms of a copy have one number, whatever residues the cell has.
   EXPECT_EQ(molecule.residueSeqs, (std::vector<int>{7, 9, 8, 9}));
   EXPECT_EQ(molecule.residueLastAtoms, (std::vector<int>{0, 1, 3, 5}));
@@ -203,11 +226,43 @@ TEST(PDB_BuildSuperCells, TheThirdVectorChangesFastest) {
   EXPECT_EQ(molecule.atoms[26].Coord.x, 0.5 + 13.0);
 }
 
+TEST(PDB_BuildSuperCells, TheShiftIsAddedUpBeforeItIsApplied) {
+  // In a fixed order, which the last digits depend on.
+  std::mt19937 random(63);
+  std::uniform_real_distribution<double> number(-30.0, 30.0);
+  const auto vector = [&] {
+    const double x = number(random), y = number(random);
+    return Vec3D(x, y, number(random));
+  };
+  for (int round = 0; round < 100; ++round) {
+    const Vec3D start = vector(), t1 = vector(), t2 = vector(), t3 = vector();
+    PDB molecule = MoleculeAt({{1, start}});
+    molecule.BuildSuperCells(t1, t2, t3, 3, 3, 3);
+    const Vec3D last = molecule.atoms.back().Coord;
+    EXPECT_EQ(last.x, start.x + ((3 * t1.x + 3 * t2.x) + 3 * t3.x));
+    EXPECT_EQ(last.y, start.y + ((3 * t1.y + 3 * t2.y) + 3 * t3.y));
+    EXPECT_EQ(last.z, start.z + ((3 * t1.z + 3 * t2.z) + 3 * t3.z));
+  }
+}
+
 TEST(PDB_BuildSuperCells, TheNumberOfAtomsIsThatOfTheCells) {
   PDB molecule = MoleculeAt({{1, {}}, {1, {1.0, 1.0, 1.0}}, {2, {2.0, 2.0, 2.0}}});
   molecule.BuildSuperCells(kT1, kT2, kT3, 2, 0, 3);
   EXPECT_EQ(molecule.numAtoms, 3 * 5 * 1 * 7);
   EXPECT_EQ(molecule.residueSeqs.back(), 1 + 34);
+}
+
+TEST(PDB_BuildSuperCells, TheNormalFormIsMadeOfTheWholeBlock) {
+  PDB molecule = MoleculeAt({{1, {1.0, 2.0, 3.0}}, {1, {4.0, 5.0, 6.0}}});
+  molecule.atoms[1].Name = "OXT";
+  const std::string deleted =
+      "-th atom is \"OXT\". It is probably a non-standard atom in C-terminus and is deleted.\n";
+  EXPECT_EQ(OutputOf([&] { molecule.BuildSuperCells(kT1, kT2, kT3, 1, 0, 0); }),
+            "Warning: The atom name of the 2" + deleted + "Warning: The atom name of the 3" +
+                deleted + "Warning: The atom name of the 4" + deleted);
+  EXPECT_EQ(molecule.numAtoms, 3);
+  EXPECT_EQ(molecule.atomNames, (std::vector<std::string>{"C1", "C1", "C1"}));
+  EXPECT_EQ(NumbersOf(molecule), (Numbers{1.0, 2.0, 3.0, -9.0, 2.0, 3.0, 11.0, 2.0, 3.0}));
 }
 
 TEST(PDB_BuildSuperCells, TheTopologyGoesOnDescribingOneCell) {

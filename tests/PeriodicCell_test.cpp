@@ -76,6 +76,24 @@ TEST(PeriodicCell, TheVectorsHaveTheLengthsAndAnglesAskedFor) {
   }
 }
 
+TEST(PeriodicCell, TheOrderOfTheOperationsIsFixed) {
+  std::mt19937 random(64);
+  std::uniform_real_distribution<double> length(1.0, 100.0);
+  std::uniform_real_distribution<double> angle(1.2, 1.9);
+  for (int round = 0; round < 200; ++round) {
+    const double b = length(random), c = length(random);
+    const double alpha = angle(random), beta = angle(random), gamma = angle(random);
+    Cell cell;
+    CalcCell(1.0, b, c, alpha, beta, gamma, cell.t1, cell.t2, cell.t3);
+    const double q = (std::cos(alpha) - std::cos(beta) * std::cos(gamma)) / std::sin(gamma);
+    EXPECT_EQ(cell.t2.x, b * std::cos(gamma));
+    EXPECT_EQ(cell.t2.y, b * std::sin(gamma));
+    EXPECT_EQ(cell.t3.x, c * std::cos(beta));
+    EXPECT_EQ(cell.t3.y, c * q);
+    EXPECT_EQ(cell.t3.z, c * std::sqrt(std::sin(beta) * std::sin(beta) - q * q));
+  }
+}
+
 TEST(PeriodicCell, AnglesThatNoCellHasGiveNoNumber) {
   const Cell cell = CellOf(1.0, 1.0, 1.0, 150.0, 30.0, 30.0);
   EXPECT_TRUE(std::isfinite(cell.t3.y));

@@ -252,6 +252,57 @@ TEST(ResidueEditor, APatchThatChangesNoAtomStillRebuildsTheTopology) {
   EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 1}}));
 }
 
+TEST(ResidueEditor, ANewNameHoldsAtOnceAndForTheAtomsThatAPatchAddsBehindIt) {
+  const TopologyLibrary library =
+      LibraryOf("PRES PA 0\nATOM Q1 QT 0\nIC X CA C Q1 1.5 90.0 0.0 90.0 1.5\nEND\n");
+  PDB molecule = TwoAtoms();
+  molecule.tmpAtoms.resize(2);
+  ResidueEditor editor(molecule, library.GetMasses(), true);
+  editor.RenameResidue(0, "Gly");
+  EXPECT_EQ(molecule.GetResidueString(0), "Gly3 at chain A");
+  EXPECT_EQ(OutputOf([&] { editor.PatchResidue(0, library.GetResidues().at("PA")); }),
+            "Warning: The position of atom Q1 in residue Gly3 at chain A cannot be well "
+            "predicted.\n");
+  editor.Commit();
+  ASSERT_EQ(molecule.numAtoms, 3);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(molecule.atoms[i].ResName, "Gly");
+    EXPECT_EQ(molecule.topology.GetAtoms()[i].residue_name, "Gly");
+  }
+}
+
+TEST(ResidueEditor, ANameIsGivenToAMoleculeWithoutTopologyOrWithAShortOne) {
+  const std::map<std::string, double> masses;
+  for (const std::size_t size : {0, 1}) {
+    PDB molecule = TwoAtoms();
+    molecule.tmpAtoms.resize(size);
+    ResidueEditor editor(molecule, masses, size > 0);
+    editor.RenameResidue(0, "GLY");
+    editor.Commit();
+    EXPECT_EQ(molecule.atoms[1].ResName, "GLY");
+    EXPECT_EQ(molecule.topology.GetAtoms().size(), size);
+  }
+}
+
+TEST(ResidueEditor, BondsAreNamedByPositionsBeforeTheEditAndGoWithTheirAtoms) {
+  const TopologyLibrary library = LibraryOf("PRES PA 0\nDELETE ATOM CA\n\nEND\n");
+  PDB molecule = TwoAtoms();
+  molecule.tmpAtoms.resize(2);
+  ResidueEditor editor(molecule, library.GetMasses(), true);
+  editor.PatchResidue(0, library.GetResidues().at("PA"));
+  editor.AddBond(1, 0);
+  editor.AddBond(1, 1);
+  editor.Commit();
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}}));
+  // The editor goes on with what is left.
+  editor.AddBond(0, 0);
+  EXPECT_EQ(MessageOf([&] { editor.AddBond(0, 1); }), "Error occurs: Invalid atom index: 1 2.");
+  editor.Commit();
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}, {0, 0}}));
+  editor.Commit();
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}, {0, 0}}));
+}
+
 TEST(ResidueEditor, ATopologyOfAnotherNumberOfAtomsEndsTheRun) {
   const TopologyLibrary library = LibraryOf("PRES PA 0\nEND\n");
   PDB molecule = TwoAtoms();

@@ -152,5 +152,19 @@ TEST(TermList, AgreesWithAListOfListsOnRandomEdits) {
   }
 }
 
+TEST(TermList, RoomMadeAheadChangesNothing) {
+  TermList angles(3);
+  TermList one(3);
+  one.push_back({0, 1, 2});
+  for (int i = 0; i < 1000; ++i) {
+    angles.reserve_more(1);
+    angles.append_shifted(one, 3 * i);
+  }
+  angles.reserve_more(0);
+  angles.reserve_more(100000);
+  ASSERT_EQ(angles.size(), 1000u);
+  for (int i = 0; i < 3000; ++i) ASSERT_EQ(angles.flat()[i], i);
+}
+
 }  // namespace
 }  // namespace orvane

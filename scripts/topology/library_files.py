@@ -2,9 +2,10 @@
 
 import os
 
-from . import derived
+from . import analogies, derived, methylations, phosphorylations
 from .completed import Completer
 from .parameters import Parameters
+from .removal_patches import removal_patches
 from .rtf import read_topology, record_lines
 
 PARAMETER_FILES = ("par_all36_prot.prm", "par_all36_na.prm", "toppar_water_ions.str")
@@ -34,6 +35,10 @@ _WATER_ION_PAPERS = [
     "R. H. Stote, M. Karplus, Proteins 23 (1995) 12 (zinc)",
 ]
 
+_GENERAL_PAPER = [
+    "K. Vanommeslaeghe et al., J. Comput. Chem. 31 (2010) 671 (general force field)",
+]
+
 # Left out: it deletes the atoms of all bases at once, and a patch that deletes an atom which its
 # residue lacks ends the run.
 _LEFT_OUT = {"DELB"}
@@ -56,11 +61,20 @@ _NUCLEOTIDE_LINKS = ["DECL +P", "DECL +O5'", "DECL -O3'"]
 _AUTOGENERATE = "AUTOGENERATE ANGLES DIHEDRALS"
 
 
-def topology_files(published):
-    """Contents by file name, made from the folder of published files."""
+def read_parameters(published):
+    """Lengths and angles of the published files, and of our own for methylation and the like."""
     parameters = Parameters()
     for name in PARAMETER_FILES:
         parameters.read(os.path.join(published, name))
+    figures = analogies.Figures(published)
+    for table in (methylations.PARAMETERS, phosphorylations.PARAMETERS):
+        analogies.add_equilibrium_values(table, figures, parameters)
+    return parameters
+
+
+def topology_files(published):
+    """Contents by file name, made from the folder of published files."""
+    parameters = read_parameters(published)
     protein = _read(published, "top_all36_prot.rtf")
     nucleic = _read(published, "top_all36_na.rtf")
     water_ions = _read(published, "toppar_water_ions.str")
@@ -73,10 +87,15 @@ def topology_files(published):
     waters_and_ions = (derived.waters(water_ions.records, parameters)
                        + derived.ions(water_ions.records))
     completed_protein = _completed(protein, Completer(protein.records, parameters, peptide=True))
+    methylation = methylations.methylation_patches(completed_protein, parameters)
+    phosphorylation = phosphorylations.phosphorylation_patches(completed_protein, parameters)
+    types_of_phosphates = {atom.type for patch in phosphorylation for atom in patch.atoms}
+    figures = analogies.Figures(published)
     return {
         "top_all36_prot.rtf": _file(
-            ["Proteins"], _PROTEIN_PAPERS + _THIOLATE_PAPER, protein.masses,
-            completed_protein.values(),
+            ["Proteins"], _PROTEIN_PAPERS + _THIOLATE_PAPER + _GENERAL_PAPER, protein.masses,
+            [*completed_protein.values(), *methylation,
+             *removal_patches(completed_protein, parameters)],
             _PEPTIDE_LINKS + ["DEFA FIRST NTER LAST CTER", _AUTOGENERATE]),
         "top_all36_na.rtf": _file(
             ["Nucleic acids"], _NUCLEIC_PAPERS, nucleic.masses, completed_nucleic.values(),
@@ -92,6 +111,20 @@ def topology_files(published):
         "extra/water_ions.rtf": _file(
             ["Water and ions under deposited and under force field names"],
             _WATER_ION_PAPERS, water_ions.masses, waters_and_ions, []),
+        "extra/phosphorylation.rtf": _file(
+            ["Patches for phosphorylated serine, threonine and tyrosine"],
+            _PROTEIN_PAPERS + _NUCLEIC_PAPERS + _GENERAL_PAPER,
+            [mass for mass in protein.masses + nucleic.masses if mass[0] in types_of_phosphates],
+            phosphorylation, [_AUTOGENERATE]),
+        "extra/methylation.prm": analogies.parameter_file(
+            ["Parameters for methylated lysines and arginines, to be read behind",
+             "par_all36_prot.prm"],
+            _GENERAL_PAPER, methylations.PARAMETERS, figures, ["par_all36_prot.prm"]),
+        "extra/phosphorylation.prm": analogies.parameter_file(
+            ["Parameters for phosphorylated serine, threonine and tyrosine, to be read behind",
+             "par_all36_prot.prm and par_all36_na.prm"],
+            _GENERAL_PAPER, phosphorylations.PARAMETERS, figures,
+            ["par_all36_prot.prm", "par_all36_na.prm"]),
     }
 
 

@@ -26,6 +26,10 @@ class Parameters:
                 key = _in_order(words[:size])
                 self._tables[size].setdefault(key, float(words[size + 1]))
 
+    def add(self, types, value):
+        """Adds b0 of two types or theta0 of three that no file has told."""
+        self._tables[len(types)].setdefault(_in_order(types), value)
+
     def length(self, *types):
         """b0 in Angstrom, or None."""
         return None if None in types else self._tables[2].get(_in_order(types))

@@ -100,9 +100,14 @@ def _read_term(words):
 
 def read_topology(path) -> TopologyFile:
     """Reads RESI and PRES records and masses; lines of other kinds are passed over."""
+    return parse_topology(open(path, encoding="utf-8"))
+
+
+def parse_topology(lines) -> TopologyFile:
+    """The same from the lines of a text."""
     masses, records, record = [], {}, None
     in_topology = True
-    for line in open(path, encoding="utf-8"):
+    for line in lines:
         words = line.split("!")[0].upper().split()
         if not words:
             continue

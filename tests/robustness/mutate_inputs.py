@@ -19,6 +19,7 @@ import sys
 import tempfile
 
 SECONDS_PER_RUN = 20
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
 ODD_WORDS = [
     b"0", b"-1", b"-2147483648", b"2147483647", b"99999999999", b"1e400", b"-1e-400", b"nan", b"+", b".",
     b"1e", b"RESI", b"PRES", b"MASS", b"DELETE ATOM", b"IC", b"!", b"*", b"", b"\x00", b"\xff", b"ATOM",
@@ -61,6 +62,15 @@ BOND C OT2 C OT1
 IMPR C CA OT2 OT1
 IC N CA C OT2 1.46 111.0 180.0 118.0 1.26
 IC OT2 CA *C OT1 1.26 118.0 180.0 118.0 1.26
+PRES MOD 0.00
+ATOM O O -0.76
+ATOM HO H 0.25
+BOND O HO
+IC CA C O HO 1.5 118.0 180.0 109.5 0.96
+PRES ALADEL 0.00
+DELETE ATOM O
+PRES HNDEL 0.00
+DELETE ATOM HN
 END
 """
 
@@ -73,6 +83,17 @@ def peptide(residues):
                 b"ATOM  %5d  %-4s%3s A%4d    %8.3f%8.3f%8.3f  1.00  0.00              "
                 % (len(lines) + 1, name.encode(), b"ALA", residue, x + 3.6 * residue, y, 0.1 * residue)
             )
+    return b"\n".join(lines) + b"\nEND\n"
+
+
+def mixture():
+    """A peptide with a second chain, waters, ions and a ligand, some of their atoms hydrogens."""
+    lines = peptide(3).split(b"\n")[:-2]
+    for residue, names in ((b"HOH", (b"O", b"H1", b"H2")), (b"SOD", (b"SOD",)), (b"LIG", (b"C1", b"H1")),
+                           (b"HOH", (b"O",)), (b"GLY", (b"N", b"HN", b"CA")), (b"HYD", (b"H1", b"H2"))):
+        for name in names:
+            lines.append(b"HETATM%5d  %-4s%3s B%4d    %8.3f%8.3f%8.3f  1.00  0.00              "
+                         % (len(lines) + 1, name, residue, len(lines), len(lines), -30.0, 0.5))
     return b"\n".join(lines) + b"\nEND\n"
 
 
@@ -131,7 +152,7 @@ def main():
         shutil.copy(options.program, program)
         data = folder / "data"
         data.mkdir()
-        good = {"a.pdb": peptide(4), "a.xyz": XYZ, "a.rtf": RTF}
+        good = {"a.pdb": peptide(4), "a.xyz": XYZ, "a.rtf": RTF, "b.pdb": mixture()}
         (data / "top_all36_prot.rtf").write_bytes(RTF)
         (data / "top_all36_na.rtf").write_bytes(b"* Nothing here.\n")
         for file, text in good.items():
@@ -139,13 +160,50 @@ def main():
         subprocess.run([program, "topol", "-i", "a.pdb", "-o", "good"], cwd=folder, check=True, stdout=subprocess.DEVNULL)
         good["a.psf"] = (folder / "good.psf").read_bytes()
         (folder / "a.psf").write_bytes(good["a.psf"])
+        # A bond, an atom less, a patch, and two mutations of one residue.
+        modify = [program, "modify", "-i", "good.pdb", "-t", "a.psf", "-o", "modified"]
+        modify += ["--add-bonds", "2 17", "--del-atom", "7", "--my-mod", "MOD 2A", "--mutate", "3A ALA 3A Ala"]
+        modified = subprocess.run(modify, cwd=folder, check=True, capture_output=True).stdout
+        if b"Error occurs" in modified:
+            sys.exit("the undamaged files cannot be modified: " + modified.decode())
 
+        good["good.pdb"] = (folder / "good.pdb").read_bytes()
+        # The same with a whole charge, so that ions can be added.
+        good["whole.psf"] = good["a.psf"].replace(b"-0.300000", b" 0.180000")
+        (folder / "whole.psf").write_bytes(good["whole.psf"])
+        templates = [f"data/{name}.{kind}" for name in ("tip3", "sod", "cla") for kind in ("pdb", "psf")]
+        for file in templates:
+            good[file] = (PROJECT / file).read_bytes()
+            (folder / file).write_bytes(good[file])
+
+        remove = ["--waters", "--ions", "--ligands", "--chains", "A C", "--Hs"]
+        box = ["--box", "9 0.5 1e3"]
+        solvate = [program, "solvate", "-i", "good.pdb", "-t", "whole.psf", "-o", "solvated", "--box", "9 14 12"]
+        in_droplet = [*solvate, "--droplet", "--charge", "2", "--ionic-strength", "4"]
+        solvated = subprocess.run(in_droplet, cwd=folder, check=True, capture_output=True).stdout
+        if b" anions are added" not in solvated:
+            sys.exit("the undamaged files cannot be solvated: " + solvated.decode())
         modes = [
             ("a.pdb", [program, "check", "-i", "a.pdb"]),
             ("a.pdb", [program, "topol", "-i", "a.pdb"]),
             ("a.xyz", [program, "check", "-i", "a.xyz"]),
+            ("b.pdb", [program, "remove", "-i", "b.pdb", *remove]),
+            ("b.pdb", [program, "remove", "-i", "b.pdb", "--Hs", "--chains", "B"]),
+            ("a.xyz", [program, "remove", "-i", "a.xyz", *remove]),
+            ("b.pdb", [program, "pdb", "-i", "b.pdb", *box]),
+            ("good.pdb", [program, "pdb", "-i", "good.pdb", "-t", "a.psf", *box]),
+            ("a.psf", [program, "pdb", "-i", "good.pdb", "-t", "a.psf", *box]),
+            ("a.psf", [program, "pdb", "-i", "a.xyz", "-t", "a.psf"]),
             ("a.rtf", [program, "topol", "-i", "a.pdb", "--add-rtfs", "a.rtf"]),
             ("a.psf", [program, "psf", "-m", "a.psf a.psf", "-o", "merged"]),
+            ("good.pdb", modify),
+            ("a.psf", modify),
+            ("a.rtf", [*modify, "--add-rtfs", "a.rtf"]),
+            ("good.pdb", solvate),
+            ("good.pdb", in_droplet),
+            ("whole.psf", solvate),
+            ("whole.psf", in_droplet),
+            *((file, in_droplet) for file in templates),
             ("a.psf", [export, "-i", "a.psf", "-o", "engine.psf"]),
             ("a.psf", [export, "-i", "a.psf", "-o", "engine.psf", "-p", "good.pdb"]),
         ]

@@ -1,0 +1,38 @@
+// The mode "pdb": writes a molecule as a PDB file, with the names of a PSF file and wrapped into a
+// box if asked for.
+#include <cstdio>
+#include <string>
+
+#include "Error.h"
+#include "Job.h"
+#include "PDB.h"
+
+namespace orvane {
+
+void Job::DoPDB(const CmdArgs& args) {
+  PDB molecule;
+  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
+  std::printf("Read: %s\n", args.inFilename.c_str());
+  molecule.Load(args.inFilename);
+
+  if (!args.topFilename.empty()) {
+    std::printf("Read topology: %s\n", args.topFilename.c_str());
+    molecule.LoadPSFFile(args.topFilename);
+    molecule.ApplyTopology();
+  }
+  std::puts("Current molecule:");
+  molecule.Report();
+
+  if (!args.box.empty()) {
+    std::printf("Wrapping into the box: %.3f x %.3f x %.3f Angstrom^3.\n", args.box[0], args.box[1],
+                args.box[2]);
+    molecule.WrapPBC(args.box[0], args.box[1], args.box[2]);
+  }
+
+  const std::string pdb_filename = args.outPrefix + ".pdb";
+  std::printf("Write PDB: %s\n", pdb_filename.c_str());
+  molecule.WritePDB(pdb_filename);
+  std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
+}
+
+}  // namespace orvane

@@ -1,0 +1,42 @@
+// What the tests of the modes share: a mode run as the user runs it, and the files that it leaves.
+#ifndef RAVELO_TESTS_JOBTEST_H
+#define RAVELO_TESTS_JOBTEST_H
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "TestSupport.h"
+
+namespace orvane::testing_support {
+
+/// What a run printed on standard output, without the place of a message at its end. Fails the test
+/// unless the run ended with status 0 and printed nothing on standard error, as all runs of a mode
+/// do.
+std::string OutputOfMode(const RunResult& result);
+
+/// The names of the files in a folder, sorted.
+std::vector<std::string> NamesIn(const std::filesystem::path& folder);
+
+/// A folder of its own for each test, in which the built program runs a mode.
+class JobTest : public testing::Test {
+ protected:
+  explicit JobTest(std::string mode) : mode_(std::move(mode)) {}
+
+  /// Runs the mode with these options and returns its `OutputOfMode`.
+  std::string Run(const std::vector<std::string>& options) const;
+
+  std::vector<std::string> Files() const { return NamesIn(folder.path()); }
+
+  const TemporaryFolder folder;
+
+ private:
+  std::string mode_;
+};
+
+}  // namespace orvane::testing_support
+
+#endif
