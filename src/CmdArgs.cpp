@@ -56,7 +56,7 @@ constexpr OptionRow kOptions[] = {
     {"super-cells", 0, true, "Number of super cells, like \"2 2 2\""},
 };
 
-// All modes of the design, also those that are not in the table of modes yet.
+// In the order in which the banner lists them.
 constexpr const char* kBannerModes[] = {"check",  "remove", "topol",   "modify",
                                         "ligand", "psf",    "solvate", "pdb"};
 

@@ -59,8 +59,8 @@ class Solvate {
   /// mol/L) at least near to one. Ions that neutralise count towards the ionic strength; the rest
   /// comes in pairs. They are spread around the centre of all atoms, wherever these and the ions
   /// are already: `move` is not used. Ends the run if the total charge is no integer, if there
-  /// would be too many atoms, if a template has not one atom, and if the droplet is of a size with
-  /// which cannot be calculated, so that no place in it would be found.
+  /// would be too many atoms, if a template has not one atom, and if the droplet is so large that
+  /// squares overflow and hardly any place in it would be found.
   static void AddIons(double a, double b, double c, const Vec3D& move, int target_charge,
                       double ionic_strength, bool droplet, PDB& pdb, IonResult& result);
 };

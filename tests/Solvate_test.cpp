@@ -349,6 +349,23 @@ TEST_F(SolvateTest, TwiceTheStepGivesTwoLayersInTheOrderOfTheGrid) {
   ExpectNear(centers.at(3), corner + Vec3D(2.9, 0, 2.9));
 }
 
+TEST_F(SolvateTest, NoPlaceLiesBeyondTheFarFaceOfTheBox) {
+  // Also where an edge is a multiple of the step, or would be if numbers were exact.
+  for (int steps = 1; steps <= 40; ++steps) {
+    for (const double edge : {steps * 2.9, std::nextafter(steps * 2.9, 0.0), steps * 2.9 + 1.0}) {
+      std::srand(1);
+      PDB molecule = EmptyPlace();
+      const int count = Water(molecule, 2.9, 2.9, edge);
+      EXPECT_GE(count, steps - 1) << edge;
+      EXPECT_LE(count, steps) << edge;
+      if (count == 0) continue;
+      const double last = WaterCenters(2, molecule).back().z;
+      EXPECT_NEAR(last, -edge / 2 + 2.9 * (count - 1), 1e-9) << edge;
+      EXPECT_LT(last, edge / 2) << edge;
+    }
+  }
+}
+
 TEST_F(SolvateTest, APlaceExactlyOnTheSurfaceOfADropletIsKept) {
   PDB molecule = EmptyPlace();
   // At x = -4 of an axis of 8, and at x = -1.1, both in the middle of the other axes.
