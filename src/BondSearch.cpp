@@ -224,10 +224,6 @@ class SearchBySlabs {
   std::vector<Strip> strips_;
 };
 
-bool IsFinite(const Vec3D& coord) {
-  return std::isfinite(coord.x) && std::isfinite(coord.y) && std::isfinite(coord.z);
-}
-
 }  // namespace
 
 void FindBonds(const std::vector<Vec3D>& coords, const std::vector<BondRadii>& radii,

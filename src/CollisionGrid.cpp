@@ -20,10 +20,6 @@ constexpr double kReach = 2.0;
 // As long as the range that is searched, so that this touches two cells along an axis.
 constexpr double kCellsPerAngstrom = 0.25;
 
-bool IsFinite(const Vec3D& point) {
-  return std::isfinite(point.x) && std::isfinite(point.y) && std::isfinite(point.z);
-}
-
 // Farther out than any molecule lies, everything shares a cell.
 std::int64_t CellAlongAxis(double value) {
   constexpr double kFarthest = 1e15;

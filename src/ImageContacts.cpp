@@ -45,10 +45,6 @@ struct BinHash {
   }
 };
 
-bool IsFinite(const Vec3D& v) {
-  return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
-}
-
 double LargestComponent(const Vec3D& v) {
   return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)});
 }

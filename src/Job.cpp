@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "Error.h"
+#include "PDB.h"
 #include "TopologyLibrary.h"
 
 namespace orvane {
@@ -23,6 +24,27 @@ void Job::Do(const std::string& mode, const CmdArgs& args) {
   const auto row = AvailableModes.find(mode);
   if (row == AvailableModes.end()) RAVELO_FAIL("Unknown mode: \"%s\".", mode);
   row->second(args);
+}
+
+void Job::ReadMolecule(const CmdArgs& args, PDB& molecule) {
+  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
+  std::printf("Read: %s\n", args.inFilename.c_str());
+  molecule.Load(args.inFilename);
+}
+
+void Job::ReadTopology(const CmdArgs& args, PDB& molecule) {
+  if (args.topFilename.empty()) RAVELO_FAIL("A topology file must be given with \"-t\".");
+  std::printf("Read topology: %s\n", args.topFilename.c_str());
+  molecule.LoadPSFFile(args.topFilename);
+}
+
+void Job::WriteMolecule(const CmdArgs& args, PDB& molecule) {
+  const std::string pdb_filename = args.outPrefix + ".pdb";
+  const std::string psf_filename = args.outPrefix + ".psf";
+  std::printf("Write PDB: %s\n", pdb_filename.c_str());
+  molecule.WritePDB(pdb_filename);
+  std::printf("Write PSF: %s\n", psf_filename.c_str());
+  molecule.WritePSF(psf_filename);
 }
 
 void Job::LoadLibrary(const CmdArgs& args, TopologyLibrary& library) {

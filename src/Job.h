@@ -9,6 +9,7 @@
 
 namespace orvane {
 
+class PDB;
 class TopologyLibrary;
 
 /// The drivers. Each reads the command line's record, does its work and returns; a failure ends the
@@ -54,7 +55,18 @@ class Job {
   static void DoPDB(const CmdArgs& args);
 
  private:
-  /// Reads the standard topology files and then those that the user names, and says so.
+  // Steps that several drivers share; each says what it does.
+
+  /// Reads the input file. Ends the run if none was given.
+  static void ReadMolecule(const CmdArgs& args, PDB& molecule);
+
+  /// Reads the PSF file of a molecule. Ends the run if none was given.
+  static void ReadTopology(const CmdArgs& args, PDB& molecule);
+
+  /// Writes a molecule as PDB and PSF, named by the prefix.
+  static void WriteMolecule(const CmdArgs& args, PDB& molecule);
+
+  /// Reads the standard topology files and then those that the user names.
   static void LoadLibrary(const CmdArgs& args, TopologyLibrary& library);
 };
 

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "BondRule.h"
-#include "Error.h"
 #include "Job.h"
 #include "MolecularMechanicsTopology.h"
 #include "PDB.h"
@@ -93,14 +92,8 @@ void WarnOfUnknownElements(const PDB& molecule) {
               list.c_str());
 }
 
-void WriteMolecule(const CmdArgs& args, PDB& molecule) {
-  const std::string pdb_filename = args.outPrefix + ".pdb";
-  const std::string psf_filename = args.outPrefix + ".psf";
+void WriteParameters(const CmdArgs& args, const PDB& molecule) {
   const std::string prm_filename = args.outPrefix + "-naive.prm";
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
-  std::printf("Write PSF: %s\n", psf_filename.c_str());
-  molecule.WritePSF(psf_filename);
   std::printf("Write naive parameters: %s\n", prm_filename.c_str());
   molecule.WriteNaiveParams(prm_filename);
 }
@@ -126,9 +119,7 @@ void WriteSuperCells(const CmdArgs& args, const Lattice& lattice, PDB& molecule)
 
 void Job::DoLigand(const CmdArgs& args) {
   PDB molecule;
-  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
-  std::printf("Read: %s\n", args.inFilename.c_str());
-  molecule.Load(args.inFilename);
+  ReadMolecule(args, molecule);
 
   const bool is_periodic = !args.pbc.empty();
   Lattice lattice;
@@ -149,6 +140,7 @@ void Job::DoLigand(const CmdArgs& args) {
   std::puts("Guess topology and parameters done.");
 
   WriteMolecule(args, molecule);
+  WriteParameters(args, molecule);
   std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
   std::puts(
       "Warning: Please pay attention to the charges in PSF file. You may probably need to "

@@ -155,14 +155,10 @@ void PatchAndMutate(const CmdArgs& args, const TopologyLibrary& library, PDB& mo
 
 void Job::DoModify(const CmdArgs& args) {
   PDB molecule;
-  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
-  std::printf("Read: %s\n", args.inFilename.c_str());
-  molecule.Load(args.inFilename);
+  ReadMolecule(args, molecule);
   std::puts("Current molecule:");
   molecule.Report();
-  if (args.topFilename.empty()) RAVELO_FAIL("A topology file must be given with \"-t\".");
-  std::printf("Read topology: %s\n", args.topFilename.c_str());
-  molecule.LoadPSFFile(args.topFilename);
+  ReadTopology(args, molecule);
 
   TopologyLibrary library;
   LoadLibrary(args, library);
@@ -175,12 +171,7 @@ void Job::DoModify(const CmdArgs& args) {
   }
   PatchAndMutate(args, library, molecule);
 
-  const std::string pdb_filename = args.outPrefix + ".pdb";
-  const std::string psf_filename = args.outPrefix + ".psf";
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
-  std::printf("Write PSF: %s\n", psf_filename.c_str());
-  molecule.WritePSF(psf_filename);
+  WriteMolecule(args, molecule);
   std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
 }
 

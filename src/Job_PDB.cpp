@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <string>
 
-#include "Error.h"
 #include "Job.h"
 #include "PDB.h"
 
@@ -11,13 +10,10 @@ namespace orvane {
 
 void Job::DoPDB(const CmdArgs& args) {
   PDB molecule;
-  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
-  std::printf("Read: %s\n", args.inFilename.c_str());
-  molecule.Load(args.inFilename);
+  ReadMolecule(args, molecule);
 
   if (!args.topFilename.empty()) {
-    std::printf("Read topology: %s\n", args.topFilename.c_str());
-    molecule.LoadPSFFile(args.topFilename);
+    ReadTopology(args, molecule);
     molecule.ApplyTopology();
   }
   std::puts("Current molecule:");

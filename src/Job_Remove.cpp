@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "Error.h"
 #include "Job.h"
 #include "PDB.h"
 
@@ -72,9 +71,7 @@ void RemoveHydrogens(PDB& molecule) {
 
 void Job::DoRemove(const CmdArgs& args) {
   PDB molecule;
-  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
-  std::printf("Read: %s\n", args.inFilename.c_str());
-  molecule.Load(args.inFilename);
+  ReadMolecule(args, molecule);
 
   if (args.removeWaters) RemoveWaters(molecule);
   if (args.removeIons) RemoveIons(molecule);

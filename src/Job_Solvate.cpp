@@ -40,15 +40,11 @@ void AddIons(const CmdArgs& args, const Vec3D& shift, PDB& molecule) {
 
 void Job::DoSolvate(const CmdArgs& args) {
   PDB molecule;
-  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
-  std::printf("Read: %s\n", args.inFilename.c_str());
-  molecule.Load(args.inFilename);
+  ReadMolecule(args, molecule);
   std::puts("Current molecule:");
   molecule.Report();
 
-  if (args.topFilename.empty()) RAVELO_FAIL("A topology file must be given with \"-t\".");
-  std::printf("Read topology: %s\n", args.topFilename.c_str());
-  molecule.LoadPSFFile(args.topFilename);
+  ReadTopology(args, molecule);
   Solvate::Initialize();
   if (args.box.empty()) RAVELO_FAIL("Box size must be given with \"--box\".");
 
@@ -62,12 +58,7 @@ void Job::DoSolvate(const CmdArgs& args) {
     AddIons(args, shift, molecule);
   }
 
-  const std::string pdb_filename = args.outPrefix + ".pdb";
-  const std::string psf_filename = args.outPrefix + ".psf";
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
-  std::printf("Write PSF: %s\n", psf_filename.c_str());
-  molecule.WritePSF(psf_filename);
+  WriteMolecule(args, molecule);
   std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
 }
 

@@ -46,11 +46,7 @@ void PatchTermini(const TopologyLibrary& library, PDB& molecule) {
 
 void Job::DoTopol(const CmdArgs& args) {
   PDB molecule;
-  if (args.inFilename.empty()) RAVELO_FAIL("An input file must be given with \"-i\".");
-  std::printf("Read: %s\n", args.inFilename.c_str());
-  molecule.Load(args.inFilename);
-  const std::string pdb_filename = args.outPrefix + ".pdb";
-  const std::string psf_filename = args.outPrefix + ".psf";
+  ReadMolecule(args, molecule);
 
   TopologyLibrary library;
   LoadLibrary(args, library);
@@ -65,10 +61,7 @@ void Job::DoTopol(const CmdArgs& args) {
 
   if (!args.noPatchingTerminus) PatchTermini(library, molecule);
 
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
-  std::printf("Write PSF: %s\n", psf_filename.c_str());
-  molecule.WritePSF(psf_filename);
+  WriteMolecule(args, molecule);
   std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
 }
 

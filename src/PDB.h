@@ -254,8 +254,8 @@ class PDB {
   /// as they are.
   void MergePDB(const PDB& other, bool with_topology);
 
-  /// Completes a merge of copies whose atoms have been appended: numbers their residues and merges
-  /// their topology.
+  /// Completes a merge of copies whose atoms are the last ones: numbers their residues and merges
+  /// their topology. So many copies must have been appended.
   void MergePSF(const PDB& other, int copies);
 
  private:

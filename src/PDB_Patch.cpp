@@ -1,4 +1,5 @@
 // Patching residues, and what editing a molecule does to its temporary topology.
+#include <span>
 #include <utility>
 
 #include "PDB.h"

@@ -2,7 +2,9 @@
 #include "ResidueEditor.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <span>
 #include <utility>
 
 #include "Error.h"
@@ -216,7 +218,7 @@ void ResidueEditor::PatchResidueCore(int residue, const TopologyLibrary::Residue
   AppendResolvedTerms(atoms, residue, 2, patch.bonds, new_bonds_);
   AppendResolvedTerms(atoms, residue, 4, patch.impropers, new_impropers_);
   AppendResolvedTerms(atoms, residue, 4, patch.cmaps, new_cmaps_);
-  EndIfBondLeavesAtoms();
+  CommitIfBondLeavesAtoms();
 }
 
 void ResidueEditor::PatchResidue(int residue, const TopologyLibrary::Residue& patch) {
@@ -242,7 +244,7 @@ void ResidueEditor::AddBond(long long atom1, long long atom2) {
     RAVELO_FAIL("Invalid atom index: %d %d.", atom1 + 1, atom2 + 1);
   }
   new_bonds_.push_back({static_cast<int>(atom1), static_cast<int>(atom2)});
-  EndIfBondLeavesAtoms();
+  CommitIfBondLeavesAtoms();
 }
 
 void ResidueEditor::RenameResidue(int residue, const std::string& name) {
@@ -256,12 +258,12 @@ void ResidueEditor::RenameResidue(int residue, const std::string& name) {
     const bool in_topology = IsNew(atom) || atom < static_cast<int>(molecule_.tmpAtoms.size());
     if (with_topology_ && in_topology) TopologyAtomAt(atom).residue_name = name;
   }
-  EndIfBondLeavesAtoms();
+  CommitIfBondLeavesAtoms();
 }
 
 // A PSF file can name bonds of atoms that are not there, which ends the run as soon as the topology
 // is rebuilt. Where every step rebuilds it, that is behind the first step, before any other speaks.
-void ResidueEditor::EndIfBondLeavesAtoms() {
+void ResidueEditor::CommitIfBondLeavesAtoms() {
   if (!with_topology_ || bonds_checked_) return;
   bonds_checked_ = true;
   const int size = static_cast<int>(molecule_.tmpAtoms.size());

@@ -72,7 +72,7 @@ class ResidueEditor {
   void AddAtom(int residue, const TopologyLibrary::Residue& patch, std::size_t entry,
                std::vector<std::string>& to_place);
 
-  void EndIfBondLeavesAtoms();
+  void CommitIfBondLeavesAtoms();
 
   std::vector<int> CommitAtoms();
   void CommitTerms(const std::vector<int>& new_positions, const TermList& added,

@@ -36,10 +36,6 @@ constexpr long long kMostIndices = std::numeric_limits<int>::max();
 // More tries for ions than a run should take, and not fewer than there can be ions.
 constexpr double kMostTries = 4e9;
 
-bool IsFinite(const Vec3D& point) {
-  return std::isfinite(point.x) && std::isfinite(point.y) && std::isfinite(point.z);
-}
-
 Vec3D CenterOf(const std::vector<Vec3D>& coords) {
   return ComputationalGeometry::CalcCenter(static_cast<int>(coords.size()), coords.data(), nullptr);
 }

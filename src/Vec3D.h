@@ -47,6 +47,11 @@ inline double Length(const Vec3D& a) {
   return std::sqrt(Dot(a, a));
 }
 
+/// Whether no component is infinite or not a number.
+inline bool IsFinite(const Vec3D& a) {
+  return std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(a.z);
+}
+
 /// The vector of length 1 in the direction of `a`; not a number where the length of `a` is zero.
 inline Vec3D Unit(const Vec3D& a) {
   return a * (1.0 / Length(a));

@@ -369,6 +369,14 @@ TEST(PeriodicStitching, AtomsSoFarOffThatNoVectorMovesThem) {
   EXPECT_EQ(cell.coords[2].x, 10.5);
 }
 
+TEST(PeriodicStitching, AnAtomThatMovesTooFarOffForContactsStillFindsItsPlace) {
+  constexpr double kFar = ImageContacts::kLargestCoord;
+  Cell cell = CarbonsAt({kFar - 9.5, kFar - 0.5}, kWideCell);
+  EXPECT_EQ(StitchFragments(cell.coords, cell.radii, cell.lattice), StitchingEnd::NothingMoves);
+  EXPECT_EQ(cell.coords[0].x, kFar + 0.5);
+  EXPECT_EQ(cell.coords[1].x, kFar - 0.5);
+}
+
 TEST(PeriodicStitching, ThousandsOfAtomsOnOneSpot) {
   Cell cell = CarbonsAt(std::vector<double>(3000, 0.5), kWideCell);
   cell.coords.back().x = 9.8;

@@ -171,8 +171,7 @@ def main():
     arguments = parser.parse_args()
 
     settings = settings_of(arguments)
-    variants = settings.students[arguments.element].variants
-    surroundings = load_surroundings(surroundings_path(arguments.work, variants))
+    surroundings = load_surroundings(surroundings_path(arguments.work))
     network = best_network(surroundings, arguments.element, settings)
     np.savez(student_path(arguments.work, arguments.element), *network)
     return 0

@@ -105,8 +105,8 @@ class Surroundings:
                         **{f"examples{k}": self.examples[k] for k in range(3)})
 
 
-def surroundings_path(work, variants):
-    return work / f"surroundings-{variants}.npz"
+def surroundings_path(work):
+    return work / "surroundings.npz"
 
 
 def load_surroundings(path):

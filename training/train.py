@@ -12,8 +12,8 @@ code, take another folder.
 
 import argparse
 import contextlib
+import copy
 import dataclasses
-import functools
 import io
 import json
 import subprocess
@@ -28,9 +28,9 @@ import numpy as np
 import folding
 import write_weights
 from evaluate_weights import calc_probabilities, print_accuracy, read_networks, read_substitutes
-from molecules import (DATA, EXTRA, NO_LABEL, PUBLISHED_SETS, SET_NAMES, SPECIAL, TRAIN, VALIDATION,
-                       VARIANT, bare_atoms, drug_like_atoms, evaluation_form, joined, load_atoms,
-                       published_atoms, read_published, tables)
+from molecules import (DATA, DRUG_LIKE, EXTRA, NO_LABEL, PUBLISHED_SETS, SET_NAMES, SPECIAL, TRAIN,
+                       VALIDATION, VARIANT, bare_atoms, drug_like_atoms, evaluation_form, joined,
+                       load_atoms, published_atoms, read_published, tables)
 from settings import add_arguments, arguments_of, settings_of
 from student import read_student
 from surroundings import Surroundings, surroundings_path
@@ -70,15 +70,12 @@ class Training:
             (f"teacher-{seed}", key, ["teacher.py", "--seed", str(seed)])
             for seed in settings.teacher.seeds])
 
-        keys = {name: key + [dataclasses.asdict(variants)]
-                for name, variants in settings.variants.items()}
-        for name in settings.variants:
-            self._stage(f"surroundings-{name}", keys[name],
-                        functools.partial(self._make_surroundings, name))
+        key = key + [dataclasses.asdict(settings.variants)]
+        self._stage("surroundings", key, self._make_surroundings)
 
         self._side_by_side([
             (f"student-{element}",
-             keys[student.variants] + [dataclasses.asdict(student), settings.output_margin],
+             key + [dataclasses.asdict(student), settings.output_margin],
              ["student.py", "--element", str(element)])
             for element, student in settings.students.items()])
 
@@ -130,28 +127,44 @@ class Training:
                       f"{np.count_nonzero(part.labels != NO_LABEL)} labels")
         joined(parts).save(self._work / "atoms.npz")
 
-    def _make_surroundings(self, name):
+    def _make_surroundings(self):
         with np.load(self._work / "atoms.npz") as arrays:
             atoms = load_atoms(arrays)
-        atoms = joined([atoms, self._labelled_variants(name)])
+        atoms = joined([self._with_more_labels(atoms), self._labelled_variants()])
         surroundings = Surroundings(atoms)
         self._log("classes of 2, 4 and 6 bonds: "
                   + ", ".join(str(len(examples)) for examples in surroundings.examples))
-        surroundings.save(surroundings_path(self._work, name))
+        surroundings.save(surroundings_path(self._work))
 
-    def _labelled_variants(self, name):
+    def _teachers(self):
         # Imported here: the teacher needs torch, which the other stages can do without.
         import teacher
-        settings = self._settings.variants[name]
+        return [teacher.load(teacher.teacher_path(self._work, seed), self._settings.teacher)
+                for seed in self._settings.teacher.seeds]
+
+    def _with_more_labels(self, atoms):
+        """Labels drug-like atoms whose file has none: mostly those with a forbidden true type."""
+        import teacher
+        drug_like = atoms.sources == DRUG_LIKE
+        labelled = copy.deepcopy(atoms)
+        teacher.label(labelled, self._teachers(), self._settings.variants.confidence)
+        chosen = drug_like & (atoms.labels == NO_LABEL) & (labelled.labels != NO_LABEL)
+        atoms.labels[chosen] = labelled.labels[chosen]
+        atoms.reachable[chosen] = True
+        self._log(f"drug-like atoms without a label in their file: {np.count_nonzero(chosen)} "
+                  "labelled by the teacher")
+        return atoms
+
+    def _labelled_variants(self):
+        import teacher
+        settings = self._settings.variants
         sources = [source for source in (TRAIN, VALIDATION, EXTRA, SPECIAL)
                    if self._settings.with_validation or source != VALIDATION]
         graphs = [(molecule.elements, molecule.bonds) for source in sources
                   for molecule in self._published(source)]
         atoms = bare_atoms(variants_of(graphs, settings), VARIANT)
-        teachers = [teacher.load(teacher.teacher_path(self._work, seed), self._settings.teacher)
-                    for seed in self._settings.teacher.seeds]
-        teacher.label(atoms, teachers, settings.confidence)
-        self._log(f"{name} variants: {atoms.num_molecules()} molecules, {len(atoms.elements)} "
+        teacher.label(atoms, self._teachers(), settings.confidence)
+        self._log(f"variants: {atoms.num_molecules()} molecules, {len(atoms.elements)} "
                   f"atoms, {np.count_nonzero(atoms.labels != NO_LABEL)} labels")
         return atoms
 

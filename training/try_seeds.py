@@ -31,7 +31,7 @@ def main():
 
     settings = settings_of(arguments)
     student = settings.students[arguments.element]
-    surroundings = load_surroundings(surroundings_path(arguments.work, student.variants))
+    surroundings = load_surroundings(surroundings_path(arguments.work))
     lessons = Lessons(surroundings, arguments.element, student, settings.with_validation)
     num_types = len(tables.names[arguments.element])
     for seed in arguments.seeds:
