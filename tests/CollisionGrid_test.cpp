@@ -71,9 +71,9 @@ TEST(CollisionGrid, NothingCollidesWithNoPoints) {
 TEST(CollisionGrid, WhatIsNoNumberCollidesWithNothing) {
   const Points points = {Vec3D(kNaN, 0, 0), Vec3D(0, kInfinity, 0), Vec3D(0, 0, -kInfinity),
                          Vec3D(1, 2, 3)};
-  Points tests = points;
-  tests.insert(tests.end(), {Vec3D(0, 0, 0), Vec3D(1, 2, 4), Vec3D(1, kNaN, 3),
-                             Vec3D(kInfinity, kInfinity, kInfinity), Vec3D(1, -kInfinity, 3)});
+  Points tests = {Vec3D(0, 0, 0), Vec3D(1, 2, 4), Vec3D(1, kNaN, 3),
+                  Vec3D(kInfinity, kInfinity, kInfinity), Vec3D(1, -kInfinity, 3)};
+  for (const Vec3D& point : points) tests.push_back(point);
   EXPECT_EQ(ExpectSameAsPlain(points, tests), 2);
 }
 
