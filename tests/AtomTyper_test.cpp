@@ -664,7 +664,9 @@ TEST(AtomTyperTrained, TypesFourWellKnownMolecules) {
   EXPECT_EQ(count, 4);
 }
 
-TEST(AtomTyperTrained, TypesMoleculesThatItWasNotTrainedOn) {
+// Molecules that the networks have learnt, too; how often they are right on others is told by the
+// test typing_accuracy.
+TEST(AtomTyperTrained, TypesPublishedMolecules) {
   const fs::path path = SourceFolder() / "tests/data/typing_validation.jsonl";
   if (!fs::exists(path)) GTEST_SKIP() << path << " is not there";
   const AtomTyper typer;
@@ -679,7 +681,7 @@ TEST(AtomTyperTrained, TypesMoleculesThatItWasNotTrainedOn) {
     }
   }
   EXPECT_GE(total, 1000);
-  EXPECT_GE(right, 0.975 * total) << right << " of " << total;
+  EXPECT_GE(right, 0.985 * total) << right << " of " << total;
 }
 
 }  // namespace

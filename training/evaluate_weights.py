@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Evaluates trained typing networks outside the program, with numpy.
 
-    evaluate_weights.py --data molecules.jsonl [--substitutes substitutes.tsv]
+    evaluate_weights.py --data molecules.jsonl [--substitutes substitutes.tsv] [--least 0.975]
         prints how many atoms get their true type
     evaluate_weights.py --data molecules.jsonl --reference reference.tsv
         writes the probabilities that the program's tests compare with
@@ -163,6 +163,7 @@ class Hits:
 
 
 def print_accuracy(networks, tables, molecules, substitutes):
+    """Prints the table and returns the share of reachable atoms that are right."""
     symbols = {element: symbol for element, symbol, _ in NETWORKS}
     rows = {symbol: (Hits(), Hits()) for symbol in (*symbols.values(), "all")}
     whole_reachable, whole = Hits(), Hits()
@@ -193,6 +194,8 @@ def print_accuracy(networks, tables, molecules, substitutes):
     print(f"molecules with every atom right:           {whole}".rstrip())
     if without_label:
         print(f"atoms without a label, not counted: {without_label}")
+    reachable = rows["all"][0]
+    return reachable.right / max(1, reachable.total)
 
 
 def reference_lines(networks, tables, molecules):
@@ -230,6 +233,8 @@ def main():
     parser.add_argument("--weights", type=Path, default=SOURCES / "AtomTyperWeights.cpp",
                         help="the networks, a C++ or JSON file (default: the program's)")
     parser.add_argument("--substitutes", type=Path, help="labels where the ring rule forbids")
+    parser.add_argument("--least", type=float, default=0.0, metavar="SHARE",
+                        help="fail if fewer of the reachable atoms are right")
     parser.add_argument("--reference", type=Path, help="the file of probabilities to write")
     parser.add_argument("--check", action="store_true", help="compare with it, write nothing")
     arguments = parser.parse_args()
@@ -242,8 +247,8 @@ def main():
     molecules = read_molecules(arguments.data)
     if not arguments.reference:
         substitutes = read_substitutes(arguments.substitutes) if arguments.substitutes else {}
-        print_accuracy(networks, tables, molecules, substitutes)
-        return 0
+        share = print_accuracy(networks, tables, molecules, substitutes)
+        return 0 if share >= arguments.least else 1
     lines = reference_lines(networks, tables, molecules)
     if not arguments.check:
         arguments.reference.write_text("\n".join(lines) + "\n", encoding="utf-8")
