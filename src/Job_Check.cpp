@@ -15,8 +15,10 @@ namespace {
 void WriteModel(const std::string& path, const std::string& model) {
   std::FILE* const file = std::fopen(path.c_str(), "w");
   if (!file) RAVELO_FAIL("Cannot open file \"%s\".", path);
-  std::fwrite(model.data(), 1, model.size(), file);
-  std::fclose(file);
+  const bool is_written = std::fwrite(model.data(), 1, model.size(), file) == model.size();
+  if (std::fclose(file) != 0 || !is_written) {
+    RAVELO_FAIL("Cannot write the file \"%s\" to its end.", path);
+  }
 }
 
 void SplitModels(const std::vector<std::string>& models, const CmdArgs& args) {

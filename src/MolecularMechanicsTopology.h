@@ -67,7 +67,7 @@ class MolecularMechanicsTopology {
   /// Cross-terms as halves of four atoms: one term of the force field is two entries in a row.
   const TermList& GetCmaps() const { return cmaps; }
 
-  /// Writes a PSF file in the EXT form. Ends the run if it cannot be opened.
+  /// Writes a PSF file in the EXT form. Ends the run if that fails.
   void WritePSF(const std::string& filename) const;
 
   /// Replaces everything by what a PSF file holds. The sections are read by position, not by label:

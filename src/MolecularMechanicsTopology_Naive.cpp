@@ -315,7 +315,7 @@ void MolecularMechanicsTopology::WriteNaiveParams(const std::vector<Vec3D>& coor
   });
   write_section("NONBONDED", [&](SectionLines& lines) { AddNonbonded(atoms, types, lines); });
   out.Text("END\n\n");
-  out.Close();
+  if (!out.Close()) RAVELO_FAIL("Cannot write the parameter file \"%s\" to its end.", filename);
 }
 
 }  // namespace orvane

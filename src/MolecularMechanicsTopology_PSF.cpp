@@ -172,7 +172,7 @@ void MolecularMechanicsTopology::WritePSF(const std::string& filename) const {
   WriteSection(all_dihedrals, "NPHI: dihedrals", 10, 2, out);
   WriteSection(impropers, "NIMPHI: impropers", 10, 2, out);
   WriteSection(cmaps, "NCRTERM: cross-terms", 10, 2, out);
-  out.Close();
+  if (!out.Close()) RAVELO_FAIL("Cannot write the PSF file \"%s\" to its end.", filename);
 }
 
 void MolecularMechanicsTopology::LoadFromPSF(const std::string& filename) {

@@ -104,14 +104,14 @@ class PDB {
   /// Numbers the atoms from 1 to 99999, and again from 1.
   void RefreshAtomSNs();
 
-  /// Writes a PDB file; renumbers the atoms. Ends the run if it cannot be opened.
+  /// Writes a PDB file; renumbers the atoms. Ends the run if that fails.
   void WritePDB(const std::string& path);
 
-  /// Writes the PSF file of `topology`. Ends the run if it cannot be opened.
+  /// Writes the PSF file of `topology`. Ends the run if that fails.
   void WritePSF(const std::string& path) const;
 
   /// Writes the parameters of `topology` to a file, with guesses from the coordinates for terms that
-  /// the force field lacks. Ends the run if it cannot be opened.
+  /// the force field lacks. Ends the run if that fails.
   void WriteNaiveParams(const std::string& path) const;
 
   /// Prints the numbers of atoms and of residues of each kind.

@@ -63,7 +63,7 @@ void PDB::WritePDB(const std::string& path) {
   out.Text("\n");
   for (const Atom& atom : atoms) WriteAtomLine(atom, out);
   out.Text("END\n");
-  out.Close();
+  if (!out.Close()) RAVELO_FAIL("Cannot write the PDB file \"%s\" to its end.", path);
 }
 
 void PDB::WriteNaiveParams(const std::string& path) const {

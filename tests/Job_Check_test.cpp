@@ -200,6 +200,23 @@ TEST_F(Check, EndsWhereAModelCannotBeWritten) {
             "Error occurs: Cannot open file \"no/x-1.pdb\".");
 }
 
+TEST_F(Check, EndsWhereTheDiskIsFull) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+  for (const char* name : {"x-1.pdb", "y.pdb"}) {
+    std::filesystem::create_symlink("/dev/full", folder.path() / name);
+  }
+  folder.Write("m.pdb", Text({kAtom1, "ENDMDL\n", kAtom2, "ENDMDL\n"}));
+  EXPECT_EQ(Run({"-i", "m.pdb", "-o", "x"}),
+            "Read: m.pdb\n"
+            "There are 2 models in \"m.pdb\".\n"
+            "Each of them is saved to \"x-X.pdb\".\n"
+            "Error occurs: Cannot write the file \"x-1.pdb\" to its end.");
+  folder.Write("a.pdb", kAtom1);
+  EXPECT_EQ(Run({"-i", "a.pdb", "-o", "y"}),
+            ReportOf("a.pdb", 1, "y.pdb") +
+                "Error occurs: Cannot write the PDB file \"y.pdb\" to its end.");
+}
+
 TEST_F(Check, EndsWhereTheMoleculeCannotBeWritten) {
   folder.Write("a.pdb", kAtom1);
   EXPECT_EQ(Run({"-i", "a.pdb", "-o", "no/x"}),

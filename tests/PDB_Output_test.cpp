@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <limits>
 #include <random>
 #include <string>
@@ -322,6 +323,17 @@ TEST(PDBOutput, ReadsBackWhatItWrote) {
   molecule.Analyze();
   molecule.WritePDB(folder / "again.pdb");
   EXPECT_TRUE(Parser::ToUpperCase(folder.Read("again.pdb")) == Parser::ToUpperCase(first));
+}
+
+TEST(Output, AFullDiskEndsTheRun) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+  PDB molecule;
+  EXPECT_EQ(MessageOf([&] { molecule.WritePDB("/dev/full"); }),
+            "Error occurs: Cannot write the PDB file \"/dev/full\" to its end.");
+  EXPECT_EQ(MessageOf([&] { molecule.WritePSF("/dev/full"); }),
+            "Error occurs: Cannot write the PSF file \"/dev/full\" to its end.");
+  EXPECT_EQ(MessageOf([&] { molecule.WriteNaiveParams("/dev/full"); }),
+            "Error occurs: Cannot write the parameter file \"/dev/full\" to its end.");
 }
 
 }  // namespace
