@@ -37,6 +37,28 @@ class JobTest : public testing::Test {
   std::string mode_;
 };
 
+/// An installation of the program for each test, with a data folder of its own, run in a folder
+/// beside it.
+class InstallationTest : public testing::Test {
+ protected:
+  InstallationTest();
+
+  /// Makes or replaces a file of the data folder.
+  void WriteData(const std::string& name, const std::string& text) const;
+
+  // Files of the folder in which the program runs.
+  void Write(const std::string& name, const std::string& text) const;
+  std::string Read(const std::string& name) const;
+  bool Exists(const std::string& name) const;
+  std::vector<std::string> Files() const;
+
+  /// Runs the program with these words and returns its `OutputOfMode`, in which the data folder is
+  /// called "DATA/".
+  std::string Run(const std::vector<std::string>& words) const;
+
+  const TemporaryFolder folder;
+};
+
 }  // namespace orvane::testing_support
 
 #endif

@@ -25,18 +25,16 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
+using testing_support::InstallationTest;
 using testing_support::LibraryOf;
 using testing_support::OutputOf;
-using testing_support::OutputOfMode;
 using testing_support::PdbLine;
 using testing_support::PlainFailure;
 using testing_support::PlainPatching;
 using testing_support::RandomChemistry;
 using testing_support::ReadWhole;
 using testing_support::RunInChild;
-using testing_support::RunProgram;
 using testing_support::RunResult;
-using testing_support::TemporaryFolder;
 using testing_support::WithoutPlace;
 
 using List = std::vector<std::string>;
@@ -133,40 +131,19 @@ std::string AfterLibrary(const std::string& out) {
   return place == std::string::npos ? out : out.substr(place + end.size());
 }
 
-// An installation of the program with a data folder of its own, in which it is run.
-class ModifyJob : public testing::Test {
+class ModifyJob : public InstallationTest {
  protected:
   ModifyJob() {
-    fs::create_directories(folder.path() / "bin/data");
-    fs::copy_file(RAVELO_PROGRAM, folder.path() / "bin/ravelo");
     WriteLibrary(kLibrary);
-    folder.Write("bin/data/top_all36_na.rtf", "* nothing\n");
-    fs::create_directory(folder.path() / "work");
+    WriteData("top_all36_na.rtf", "* nothing\n");
   }
 
-  void WriteLibrary(const std::string& text) { folder.Write("bin/data/top_all36_prot.rtf", text); }
-  void Write(const std::string& name, const std::string& text) {
-    folder.Write("work/" + name, text);
-  }
-  std::string Read(const std::string& name) const { return folder.Read("work/" + name); }
-  bool Exists(const std::string& name) const { return fs::exists(folder.path() / "work" / name); }
-
-  // Runs the program, which must end with status 0 and print nothing on standard error. In what it
-  // prints, the data folder is called "DATA/".
-  std::string RunWords(const List& words) {
-    std::string out =
-        OutputOfMode(RunProgram(folder.path() / "bin/ravelo", words, folder.path() / "work"));
-    const std::string data = fs::canonical(folder.path()).string() + "/bin/data/";
-    for (std::size_t at; (at = out.find(data)) != std::string::npos;) {
-      out.replace(at, data.size(), "DATA/");
-    }
-    return out;
-  }
+  void WriteLibrary(const std::string& text) const { WriteData("top_all36_prot.rtf", text); }
 
   // Makes m.pdb and m.psf of the peptide.
   void MakePeptide() {
     Write("in.pdb", Peptide());
-    EXPECT_THAT(RunWords({"topol", "-i", "in.pdb", "-o", "m", "--no-patching-terminus"}),
+    EXPECT_THAT(Run({"topol", "-i", "in.pdb", "-o", "m", "--no-patching-terminus"}),
                 Not(HasSubstr("Error")));
   }
 
@@ -175,10 +152,8 @@ class ModifyJob : public testing::Test {
   std::string Modify(const List& options) {
     List words{"modify", "-i", "m.pdb", "-t", "m.psf", "-o", "out"};
     words.insert(words.end(), options.begin(), options.end());
-    return AfterLibrary(RunWords(words));
+    return AfterLibrary(Run(words));
   }
-
-  TemporaryFolder folder;
 };
 
 // What is printed at the end of a run that went through.
@@ -201,7 +176,7 @@ constexpr const char* kReport =
 TEST_F(ModifyJob, WithoutEditsWritesWhatItReads) {
   MakePeptide();
   Write("more.rtf", "RESI LIG 0\nATOM X CT 0\nEND\n");
-  EXPECT_EQ(RunWords({"modify", "-i", "m.pdb", "-t", "m.psf", "--add-rtfs", "more.rtf"}),
+  EXPECT_EQ(Run({"modify", "-i", "m.pdb", "-t", "m.psf", "--add-rtfs", "more.rtf"}),
             std::string(kReport) +
                 "Read topology: m.psf\n"
                 "Building topology library ...\n"
@@ -217,12 +192,12 @@ TEST_F(ModifyJob, WithoutEditsWritesWhatItReads) {
 }
 
 TEST_F(ModifyJob, NeedsAnInputFileBeforeAllAndATopologyBehindTheReport) {
-  EXPECT_EQ(RunWords({"modify", "-t", "m.psf"}),
+  EXPECT_EQ(Run({"modify", "-t", "m.psf"}),
             "Error occurs: An input file must be given with \"-i\".");
   MakePeptide();
-  EXPECT_EQ(RunWords({"modify", "-i", "m.pdb"}),
+  EXPECT_EQ(Run({"modify", "-i", "m.pdb"}),
             std::string(kReport) + "Error occurs: A topology file must be given with \"-t\".");
-  EXPECT_EQ(RunWords({"modify", "-i", "m.pdb", "-t", "no.psf"}),
+  EXPECT_EQ(Run({"modify", "-i", "m.pdb", "-t", "no.psf"}),
             std::string(kReport) +
                 "Read topology: no.psf\n"
                 "Error occurs: Cannot open PSF file \"no.psf\".");
@@ -596,11 +571,11 @@ TEST_F(ModifyJob, ABondOfTheFileWithAnAtomThatIsNotThereEndsTheFirstEdit) {
 
 TEST_F(ModifyJob, AnOutputThatCannotBeWrittenEndsTheRun) {
   MakePeptide();
-  EXPECT_EQ(AfterLibrary(RunWords({"modify", "-i", "m.pdb", "-t", "m.psf", "-o", "no/x"})),
+  EXPECT_EQ(AfterLibrary(Run({"modify", "-i", "m.pdb", "-t", "m.psf", "-o", "no/x"})),
             "Write PDB: no/x.pdb\n"
             "Error occurs: Cannot save the molecule to a PDB file \"no/x.pdb\".");
   fs::create_directory(folder.path() / "work/y.psf");
-  EXPECT_EQ(AfterLibrary(RunWords({"modify", "-i", "m.pdb", "-t", "m.psf", "-o", "y"})),
+  EXPECT_EQ(AfterLibrary(Run({"modify", "-i", "m.pdb", "-t", "m.psf", "-o", "y"})),
             "Write PDB: y.pdb\nWrite PSF: y.psf\n"
             "Error occurs: Cannot write topology to a PSF file y.psf.\n");
 }

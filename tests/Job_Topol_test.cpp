@@ -12,10 +12,7 @@ namespace orvane {
 namespace {
 
 namespace fs = std::filesystem;
-using testing_support::NamesIn;
-using testing_support::OutputOfMode;
-using testing_support::RunProgram;
-using testing_support::TemporaryFolder;
+using testing_support::InstallationTest;
 
 using List = std::vector<std::string>;
 
@@ -74,47 +71,32 @@ constexpr const char* kNucleicFile =
     "BOND P O1P\n"
     "END\n";
 
-// An installation of the program with a data folder of its own, in which it is run.
-class TopolJob : public testing::Test {
+class TopolJob : public InstallationTest {
  protected:
   TopolJob() {
-    fs::create_directories(folder.path() / "bin/data");
-    fs::copy_file(RAVELO_PROGRAM, folder.path() / "bin/ravelo");
-    folder.Write("bin/data/top_all36_prot.rtf", kProteinFile);
-    folder.Write("bin/data/top_all36_na.rtf", kNucleicFile);
-    fs::create_directory(folder.path() / "work");
+    WriteData("top_all36_prot.rtf", kProteinFile);
+    WriteData("top_all36_na.rtf", kNucleicFile);
   }
 
   void Write(const std::string& name, const std::string& text) {
-    folder.Write("work/" + name, text);
+    InstallationTest::Write(name, text);
     inputs_.push_back(name);
   }
-  std::string Read(const std::string& name) const { return folder.Read("work/" + name); }
 
-  // Runs the mode, which must end with status 0 and print nothing on standard error. In what it
-  // prints, the data folder is called "DATA/".
-  std::string Run(const List& options) {
+  std::string Run(const List& options) const {
     List words{"topol"};
     words.insert(words.end(), options.begin(), options.end());
-    std::string out =
-        OutputOfMode(RunProgram(folder.path() / "bin/ravelo", words, folder.path() / "work"));
-    const std::string data = fs::canonical(folder.path()).string() + "/bin/data/";
-    for (std::size_t at; (at = out.find(data)) != std::string::npos;) {
-      out.replace(at, data.size(), "DATA/");
-    }
-    return out;
+    return InstallationTest::Run(words);
   }
 
   // The files that runs have left.
   List Outputs() const {
-    List names = NamesIn(folder.path() / "work");
+    List names = Files();
     std::erase_if(names, [&](const std::string& name) {
       return std::find(inputs_.begin(), inputs_.end(), name) != inputs_.end();
     });
     return names;
   }
-
-  TemporaryFolder folder;
 
  private:
   List inputs_;
@@ -504,8 +486,8 @@ TEST_F(TopolJob, AProteinInFrontOfAResidueWithoutItsAtomNEndsTheRun) {
 }
 
 TEST_F(TopolJob, APatchThatTheLibraryLacksEndsTheRun) {
-  folder.Write("bin/data/top_all36_prot.rtf",
-               "RESI GLY 0\nATOM N NT 0\nRESI ALA 0\nATOM N NT 0\nPRES NTER 0\nEND\n");
+  WriteData("top_all36_prot.rtf",
+            "RESI GLY 0\nATOM N NT 0\nRESI ALA 0\nATOM N NT 0\nPRES NTER 0\nEND\n");
   Write("g.pdb", AtomLine("N", "GLY", "A", 1) + AtomLine("N", "ALA", "A", 2));
   Write("a.pdb", AtomLine("N", "ALA", "A", 1) + AtomLine("N", "ALA", "A", 2));
   EXPECT_EQ(Run({"-i", "g.pdb"}),
@@ -517,7 +499,7 @@ TEST_F(TopolJob, APatchThatTheLibraryLacksEndsTheRun) {
                 "Patching N-terminus in residue ALA1 at chain A.\n"
                 "Patching C-terminus in residue ALA2 at chain A.\n"
                 "Error occurs: The patch \"CTER\" is not found in topology library.");
-  folder.Write("bin/data/top_all36_prot.rtf", "RESI ALA 0\nATOM N NT 0\nEND\n");
+  WriteData("top_all36_prot.rtf", "RESI ALA 0\nATOM N NT 0\nEND\n");
   EXPECT_EQ(Run({"-i", "a.pdb"}),
             Begin("a.pdb") + kCompletedAndBuilt +
                 "Patching N-terminus in residue ALA1 at chain A.\n"
