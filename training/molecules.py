@@ -22,9 +22,10 @@ from evaluate_weights import SOURCES, TypeTables, read_substitutes
 DATA = Path(__file__).resolve().parent / "data"
 
 # Where an atom and its label come from.
-TRAIN, VALIDATION, EXTRA, SPECIAL, DRUG_LIKE, VARIANT = range(6)
+TRAIN, VALIDATION, EXTRA, SPECIAL, DRUG_LIKE, VARIANT, DRUG_LIKE_VARIANT = range(7)
 PUBLISHED_SETS = (TRAIN, VALIDATION, EXTRA, SPECIAL)
-SET_NAMES = ("train", "validation", "extra", "special", "drug_like", "variant")
+SET_NAMES = ("train", "validation", "extra", "special", "drug_like", "variant",
+             "drug_like_variant")
 
 NO_LABEL = -1
 RING_CLASSES = (0, 5, 6)
@@ -101,7 +102,7 @@ class Atoms:
     rings: np.ndarray      # ring classes
     labels: np.ndarray     # index of the type to learn in its element's table, or NO_LABEL
     reachable: np.ndarray  # whether the label is the true type, which the ring rule may forbid
-    sources: np.ndarray    # TRAIN to VARIANT
+    sources: np.ndarray    # TRAIN to DRUG_LIKE_VARIANT
     molecules: np.ndarray  # number of the molecule
     bonds: np.ndarray      # pairs of indices into these arrays
 
@@ -114,6 +115,18 @@ class Atoms:
     def held_out(self):
         """Drug-like atoms that are left out of the training, to see how well it generalises."""
         return (self.sources == DRUG_LIKE) & (self.molecules % HELD_OUT_EVERY == 0)
+
+    def graphs(self, source):
+        """The molecules of a source as (atomic numbers, bonds), without those held out."""
+        chosen = np.flatnonzero((self.sources == source) & ~self.held_out())
+        bonds = self.bonds[np.argsort(self.bonds[:, 0], kind="stable")]
+        first_bonds = np.searchsorted(bonds[:, 0], chosen)
+        last_bonds = np.searchsorted(bonds[:, 0], chosen, side="right")
+        starts = np.flatnonzero(np.diff(self.molecules[chosen], prepend=-1))
+        return [(self.elements[atoms].tolist(),
+                 (bonds[first[0]:last[-1]] - atoms[0]).tolist())
+                for atoms, first, last in zip(*(np.split(array, starts[1:]) for array in
+                                                (chosen, first_bonds, last_bonds)))]
 
     def save(self, path, **more):
         np.savez(path, **{field.name: getattr(self, field.name) for field in fields(self)}, **more)

@@ -17,12 +17,10 @@ class TeacherSettings:
 
 @dataclass(frozen=True)
 class VariantSettings:
-    """Molecules made from those with published types."""
-    seed: int = 1
-    per_molecule: int = 80  # attempts
-    edit_counts: tuple = (1, 1, 2, 2, 3)  # one of these is drawn for each variant
-    largest: int = 70       # atoms
-    confidence: float = 0.7  # a type that the teacher thinks less probable is no label
+    """New molecules made from others."""
+    seed: int
+    per_molecule: int   # attempts
+    edit_counts: tuple  # one of these is drawn for each variant
 
 
 @dataclass(frozen=True)
@@ -30,22 +28,26 @@ class StudentSettings:
     """One of the program's networks. Of several seeds the network with the lowest loss is taken."""
     steps: int
     seeds: tuple = (1,)
-    # Drug-like molecules and variants are dealt into as many groups, one of which is in each step;
+    # Where the seeds are compared, and all but one broken off; at the end if None. A network this
+    # small does not forget where it began, and the loss tells the seeds apart early on.
+    trial_steps: int = None
+    # Molecules without published types are dealt into as many groups, one of which is in each step;
     # those with published types into fewer. Special molecules are in every step.
     groups: int = 32
     published_groups: int = 4
     # Shares of the sources in the loss; the atoms of a source have equal weights but those of
     # special molecules.
     published_share: float = 0.10
-    drug_like_share: float = 0.30
-    variant_share: float = 0.60
+    drug_like_share: float = 0.10
+    variant_share: float = 0.40
+    drug_like_variant_share: float = 0.40
     special_weight: float = 5.0
     # The loss is -log p at first and becomes (1 - p^q) / q between two fractions of the steps.
     q: float = 0.7
     q_start: float = 0.05
     q_end: float = 0.5
     # The rate rises over the first steps and falls by a cosine.
-    rate: float = 0.03
+    rate: float = 0.06
     rate_rise_steps: int = 100
     averaging: float = 0.998  # of the weights, at each step
     momentum: float = 0.95
@@ -57,8 +59,11 @@ class StudentSettings:
 class Settings:
     with_validation: bool
     teacher: TeacherSettings
-    variants: VariantSettings
+    variants: VariantSettings            # of the molecules with published types
+    drug_like_variants: VariantSettings
     students: dict  # atomic number -> StudentSettings
+    # A type that the teacher thinks less probable is no label.
+    confidence: float = 0.7
     # The least of the highest allowed outputs over all atoms to train with, see folding.py.
     output_margin: float = 10.0
     # Molecules to read, None for all.
@@ -68,35 +73,38 @@ class Settings:
 
 SHIPPED_WITH_VALIDATION = True
 
-SIX_SEEDS = (1, 2, 3, 4, 5, 6)
+SIX_SEEDS = tuple(range(1, 7))
+TWELVE_SEEDS = tuple(range(1, 13))
 
 # In the order in which they are trained: the longest first, so that two processes end together.
 # Boron and iodine have one type each and nothing to learn.
 STUDENTS = {
-    # Their seeds had the lowest loss of eight and ten after 2,500 steps (try_seeds.py).
-    6: StudentSettings(steps=40000, groups=192, seeds=(7,)),
-    1: StudentSettings(steps=60000, groups=192, seeds=(5,), rate=0.04),
-    7: StudentSettings(steps=30000, groups=96),
-    8: StudentSettings(steps=20000, groups=96),
-    16: StudentSettings(steps=8000, groups=16),
-    9: StudentSettings(steps=5000, groups=8, seeds=SIX_SEEDS),
-    17: StudentSettings(steps=5000, groups=8, seeds=SIX_SEEDS),
-    35: StudentSettings(steps=5000, groups=4, seeds=SIX_SEEDS),
-    15: StudentSettings(steps=5000, groups=4, seeds=SIX_SEEDS),
+    6: StudentSettings(steps=100000, groups=240, seeds=TWELVE_SEEDS, trial_steps=3000),
+    1: StudentSettings(steps=100000, groups=240, seeds=TWELVE_SEEDS, trial_steps=3000),
+    7: StudentSettings(steps=60000, groups=120, seeds=SIX_SEEDS, trial_steps=3000),
+    8: StudentSettings(steps=40000, groups=120, seeds=SIX_SEEDS, trial_steps=3000),
+    16: StudentSettings(steps=8000, groups=20, rate=0.03),
+    9: StudentSettings(steps=5000, groups=10, seeds=SIX_SEEDS, rate=0.03),
+    17: StudentSettings(steps=5000, groups=10, seeds=SIX_SEEDS, rate=0.03),
+    35: StudentSettings(steps=5000, groups=5, seeds=SIX_SEEDS, rate=0.03),
+    15: StudentSettings(steps=5000, groups=5, seeds=SIX_SEEDS, rate=0.03),
     5: StudentSettings(steps=0),
     53: StudentSettings(steps=0),
 }
 
-FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(), VariantSettings(), STUDENTS)
+FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(),
+                VariantSettings(seed=1, per_molecule=80, edit_counts=(1, 1, 2, 2, 3)),
+                VariantSettings(seed=5, per_molecule=1, edit_counts=(1, 1, 2)), STUDENTS)
 
 
 def trial_of(settings):
     """The same in small, to see in minutes that everything runs. Its networks are of no use."""
-    students = {element: replace(student, steps=min(student.steps, 50), groups=2, report_every=25)
+    students = {element: replace(student, steps=min(student.steps, 50), groups=2, report_every=25,
+                                 trial_steps=student.trial_steps and 10)
                 for element, student in settings.students.items()}
     return replace(settings, students=students, published_limit=300, drug_like_limit=600,
                    teacher=replace(settings.teacher, epochs=1, repeats=1, width=32, layers=3),
-                   variants=replace(settings.variants, per_molecule=2, confidence=0.1))
+                   variants=replace(settings.variants, per_molecule=2), confidence=0.1)
 
 
 def add_arguments(parser):

@@ -16,8 +16,8 @@ import one_thread  # noqa: F401  ahead of numpy
 import numpy as np
 
 from folding import empty_network, folded
-from molecules import (DRUG_LIKE, NO_LABEL, PUBLISHED_SETS, SPECIAL, TRAIN, VALIDATION, VARIANT,
-                       tables)
+from molecules import (DRUG_LIKE, DRUG_LIKE_VARIANT, NO_LABEL, PUBLISHED_SETS, SPECIAL, TRAIN,
+                       VALIDATION, VARIANT, tables)
 from optimiser import Soap
 from settings import add_arguments, settings_of
 from surroundings import (HIDDEN_CHANNELS, HOPS, Batch, load_surroundings,
@@ -49,9 +49,11 @@ class Lessons:
         published = [source for source in PUBLISHED_SETS
                      if with_validation or source != VALIDATION]
         self._published = np.flatnonzero(self._labelled & np.isin(atoms.sources, published))
-        self._drug_like = np.flatnonzero(self._labelled & (atoms.sources == DRUG_LIKE)
-                                         & ~atoms.held_out())
-        self._variants = np.flatnonzero(self._labelled & (atoms.sources == VARIANT))
+        self._others = [
+            (np.flatnonzero(self._labelled & (atoms.sources == source) & ~atoms.held_out()), share)
+            for source, share in ((DRUG_LIKE, settings.drug_like_share),
+                                  (VARIANT, settings.variant_share),
+                                  (DRUG_LIKE_VARIANT, settings.drug_like_variant_share))]
         # Dealt alike for all seeds: they differ in the start of the network only.
         self._deal = np.random.default_rng(0).permutation(atoms.num_molecules())
         self.batches = [self._batch(group, settings) for group in range(settings.groups)]
@@ -71,8 +73,7 @@ class Lessons:
         weights = np.ones(len(published))
         weights[len(published) - np.count_nonzero(special):] = settings.special_weight
         parts = [(published, weights, settings.published_share)]
-        for atoms, share in ((self._drug_like, settings.drug_like_share),
-                             (self._variants, settings.variant_share)):
+        for atoms, share in self._others:
             atoms = self._of_group(atoms, group, settings.groups)
             parts.append((atoms, np.ones(len(atoms)), share))
         parts = [(atoms, weights * (share / weights.sum())) for atoms, weights, share in parts
@@ -135,7 +136,7 @@ def train(lessons, num_types, settings, seed, last_step=None):
             print(f"seed {seed}, step {step + 1}, {time.time() - begin:.0f} s: "
                   f"loss {np.mean(losses):.4f}, {lessons.accuracy(average)}", flush=True)
             losses.clear()
-    q = exponent(settings, 1.0)
+    q = exponent(settings, (last_step or settings.steps) / settings.steps)
     return average, np.mean([batch.loss(average, q) for batch in lessons.batches])
 
 
@@ -149,16 +150,20 @@ def read_student(work, element):
 
 
 def best_network(surroundings, element, settings):
-    """The network of the seed with the lowest loss, in the program's form."""
+    """The network of the best seed, in the program's form."""
     student = settings.students[element]
     num_types = len(tables.names[element])
     if num_types == 1:
         return empty_network(num_types)
     lessons = Lessons(surroundings, element, student, settings.with_validation)
-    trained = [train(lessons, num_types, student, seed) for seed in student.seeds]
-    for seed, (_, loss) in zip(student.seeds, trained):
+    trained = [(seed, *train(lessons, num_types, student, seed, student.trial_steps))
+               for seed in student.seeds]
+    for seed, _, loss in trained:
         print(f"seed {seed}: loss {loss:.5f}")
-    network, _ = min(trained, key=lambda pair: pair[1])
+    seed, network, _ = min(trained, key=lambda trial: trial[2])
+    if student.trial_steps:
+        network, loss = train(lessons, num_types, student, seed)
+        print(f"seed {seed} to the end: loss {loss:.5f}")
     print("at the end:", lessons.accuracy(network), flush=True)
     return folded(surroundings, element, network, settings.output_margin)
 

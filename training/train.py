@@ -28,9 +28,9 @@ import numpy as np
 import folding
 import write_weights
 from evaluate_weights import calc_probabilities, print_accuracy, read_networks, read_substitutes
-from molecules import (DATA, DRUG_LIKE, EXTRA, NO_LABEL, PUBLISHED_SETS, SET_NAMES, SPECIAL, TRAIN,
-                       VALIDATION, VARIANT, bare_atoms, drug_like_atoms, evaluation_form, joined,
-                       load_atoms, published_atoms, read_published, tables)
+from molecules import (DATA, DRUG_LIKE, DRUG_LIKE_VARIANT, EXTRA, NO_LABEL, PUBLISHED_SETS,
+                       SET_NAMES, SPECIAL, TRAIN, VALIDATION, VARIANT, bare_atoms, drug_like_atoms,
+                       evaluation_form, joined, load_atoms, published_atoms, read_published, tables)
 from settings import add_arguments, arguments_of, settings_of
 from student import read_student
 from surroundings import Surroundings, surroundings_path
@@ -70,7 +70,8 @@ class Training:
             (f"teacher-{seed}", key, ["teacher.py", "--seed", str(seed)])
             for seed in settings.teacher.seeds])
 
-        key = key + [dataclasses.asdict(settings.variants)]
+        key = key + [dataclasses.asdict(settings.variants),
+                     dataclasses.asdict(settings.drug_like_variants), settings.confidence]
         self._stage("surroundings", key, self._make_surroundings)
 
         self._side_by_side([
@@ -130,7 +131,7 @@ class Training:
     def _make_surroundings(self):
         with np.load(self._work / "atoms.npz") as arrays:
             atoms = load_atoms(arrays)
-        atoms = joined([self._with_more_labels(atoms), self._labelled_variants()])
+        atoms = joined([self._with_more_labels(atoms), *self._labelled_variants(atoms)])
         surroundings = Surroundings(atoms)
         self._log("classes of 2, 4 and 6 bonds: "
                   + ", ".join(str(len(examples)) for examples in surroundings.examples))
@@ -147,7 +148,7 @@ class Training:
         import teacher
         drug_like = atoms.sources == DRUG_LIKE
         labelled = copy.deepcopy(atoms)
-        teacher.label(labelled, self._teachers(), self._settings.variants.confidence)
+        teacher.label(labelled, self._teachers(), self._settings.confidence)
         chosen = drug_like & (atoms.labels == NO_LABEL) & (labelled.labels != NO_LABEL)
         atoms.labels[chosen] = labelled.labels[chosen]
         atoms.reachable[chosen] = True
@@ -155,16 +156,21 @@ class Training:
                   "labelled by the teacher")
         return atoms
 
-    def _labelled_variants(self):
-        import teacher
-        settings = self._settings.variants
+    def _labelled_variants(self, atoms):
         sources = [source for source in (TRAIN, VALIDATION, EXTRA, SPECIAL)
                    if self._settings.with_validation or source != VALIDATION]
-        graphs = [(molecule.elements, molecule.bonds) for source in sources
-                  for molecule in self._published(source)]
-        atoms = bare_atoms(variants_of(graphs, settings), VARIANT)
-        teacher.label(atoms, self._teachers(), settings.confidence)
-        self._log(f"variants: {atoms.num_molecules()} molecules, {len(atoms.elements)} "
+        published = [(molecule.elements, molecule.bonds) for source in sources
+                     for molecule in self._published(source)]
+        for source, graphs, settings in (
+                (VARIANT, published, self._settings.variants),
+                (DRUG_LIKE_VARIANT, atoms.graphs(DRUG_LIKE), self._settings.drug_like_variants)):
+            yield self._labelled(variants_of(graphs, published, settings), source)
+
+    def _labelled(self, graphs, source):
+        import teacher
+        atoms = bare_atoms(graphs, source)
+        teacher.label(atoms, self._teachers(), self._settings.confidence)
+        self._log(f"{SET_NAMES[source]}: {atoms.num_molecules()} molecules, {len(atoms.elements)} "
                   f"atoms, {np.count_nonzero(atoms.labels != NO_LABEL)} labels")
         return atoms
 

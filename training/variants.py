@@ -2,10 +2,10 @@
 
 The molecules with published types are few, and most chemistry around their atoms occurs once. Edits
 put the same groups next to other ones: swapping an element, replacing a hydrogen or an end,
-lengthening and shortening chains, closing and opening rings, joining molecules. Bond orders are
-unknown; an edit looks at neighbours and hydrogens only and leaves multiple bonds as they are. Now
-and then a variant is no likely compound. The teacher then has its doubts, and what it doubts is not
-used.
+lengthening and shortening chains, closing and opening rings, turning aromatic rings into others,
+joining molecules. Bond orders are unknown: an edit looks at neighbours, hydrogens and rings only.
+Now and then a variant is no likely compound. The teacher then has its doubts, and what it doubts is
+not used.
 """
 
 import random
@@ -34,14 +34,48 @@ RINGS = (
     "C0 C1@0 C1@1 C1@2 C1@3 C1@0,4", "C0 N0@0 C1@1 C1@2 C1@3 C1@0,4",
     "C0 C1@0 N0@1 C1@2 C1@3 C1@0,4", "C0 C1@0 C1@1 N0@2 C1@3 C1@0,4",
     "C0 N0@0 C1@1 C1@2 C1@3 N0@0,4", "C0 N0@0 C1@1 N0@2 C1@3 C1@0,4",
+    # pyridazinyl, pyrazinyl
+    "C0 N0@0 N0@1 C1@2 C1@3 C1@0,4", "C0 N0@0 C1@1 C1@2 N0@3 C1@0,4",
+    # thiazolyls, oxazolyl, isoxazolyls, oxadiazolyls, thiadiazolyl, triazolyls, tetrazolyl
+    "C0 N0@0 C1@1 C1@2 S0@0,3", "C0 C1@0 N0@1 C1@2 S0@0,3", "C0 N0@0 C1@1 C1@2 O0@0,3",
+    "C0 N0@0 O0@1 C1@2 C1@0,3", "C0 C1@0 C1@1 N0@2 O0@0,3", "C0 N0@0 N0@1 C1@2 O0@0,3",
+    "C0 N0@0 O0@1 C1@2 N0@0,3", "C0 N0@0 N0@1 C1@2 S0@0,3", "N0 N0@0 C1@1 N0@2 C1@0,3",
+    "N0 N0@0 N0@1 C1@2 C1@0,3", "C0 N0@0 N0@1 C1@2 N1@0,3", "C0 N0@0 N0@1 N0@2 N1@0,3",
+    # imidazolyls, pyrazolyls, pyrrolyl
+    "C0 N0@0 C1@1 C1@2 N1@0,3", "C0 C1@0 N1@1 N0@2 C1@0,3", "C0 C1@0 N0@1 N1@2 C1@0,3",
+    "N0 C1@0 C1@1 C1@2 C1@0,3", "C0 N1@0 C1@1 C1@2 C1@0,3",
+    # indolyl, benzimidazolyl, naphthyl, benzothiazolyl, benzofuranyl
+    "C0 C1@0 N1@1 C0@2 C1@3 C1@4 C1@5 C1@6 C0@0,3,7",
+    "C0 N1@0 C0@1 C1@2 C1@3 C1@4 C1@5 C0@2,6 N0@0,7",
+    "C0 N0@0 C0@1 C1@2 C1@3 C1@4 C1@5 C0@2,6 S0@0,7",
+    "C0 C1@0 C0@1 C1@2 C1@3 C1@4 C1@5 C0@2,6 O0@0,7",
+    "C0 C1@0 C1@1 C0@2 C1@3 C1@4 C1@5 C1@6 C0@3,7 C1@0,8",
+    # pyridones, pyrimidinones, uracilyl, pyridazinone
+    "N0 C0@0 O0@1 C1@1 C1@3 C1@4 C1@0,5", "C0 C0@0 O0@1 N1@1 C1@3 C1@4 C1@0,5",
+    "C0 C1@0 C0@1 O0@2 C1@2 C1@4 N1@0,5", "C0 N0@0 C1@1 C1@2 C0@3 O0@4 N1@0,4",
+    "N0 C0@0 O0@1 N1@1 C0@3 O0@4 C1@4 C1@0,6", "C0 N0@0 N1@1 C0@2 O0@3 C1@3 C1@0,5",
+    # lactams, imides, oxazolidinone, hydantoinyl, dihydroimidazolyl, dihydrooxazolyl
+    "N0 C0@0 O0@1 C2@1 C2@3 C2@0,4", "N0 C0@0 O0@1 C2@1 C2@3 C0@0,4 O0@5",
+    "N0 C0@0 O0@1 O0@1 C2@3 C2@0,4", "C1 C0@0 O0@1 N1@1 C0@3 O0@4 N1@0,4",
+    "C0 N0@0 C2@1 C2@2 N1@0,3", "C0 N0@0 C2@1 C2@2 O0@0,3",
+    # small rings
+    "C1 C2@0 C2@1 C2@0,2", "N0 C2@0 C2@1 C2@0,2", "C1 C2@0 O0@1 C2@0,2", "C1 C2@0 N1@1 C2@0,2",
+    "C1 C2@0 C2@0,1", "C1 C2@0 O0@0,1", "N0 C2@0 C2@0,1", "N1 C1@0 C2@1 C2@1,2",
+    "N0 C0@0 O0@1 C2@1 C2@0,3",
+    # tetrahydrofuranyls, tetrahydropyranyl, dioxolanyl, pyrrolidyl, cyclopentyl and -enyl,
+    # thiomorpholine, cyclohexenyl
+    "C1 C2@0 C2@1 C2@2 O0@0,3", "C1 C2@0 O0@1 C2@2 C2@0,3", "C1 C2@0 C2@1 O0@2 C2@3 C2@0,4",
+    "C1 O0@0 C2@1 C2@2 O0@0,3", "C1 N1@0 C2@1 C2@2 C2@0,3", "C1 C2@0 C2@1 C2@2 C2@0,3",
+    "C1 C2@0 C1@1 C1@2 C2@0,3", "N0 C2@0 C2@1 S0@2 C2@3 C2@0,4", "C0 C1@0 C2@1 C2@2 C2@3 C2@0,4",
     # thienyl, furyl, imidazolyl, pyrazolyls
-    "C0 C1@0 C1@1 C1@2 S0@0,3", "C0 C1@0 C1@1 C1@2 O0@0,3", "N0 C1@0 C1@1 N0@2 C1@0,3",
+    "C0 C1@0 C1@1 C1@2 S0@0,3", "C0 C1@0 C1@1 S0@2 C1@0,3", "C0 C1@0 C1@1 O0@2 C1@0,3",
+    "C0 C1@0 C1@1 C1@2 O0@0,3", "N0 C1@0 C1@1 N0@2 C1@0,3",
     "C0 N0@0 C1@1 C1@2 N1@0,3", "N0 N0@0 C1@1 C1@2 C1@0,3",
     # pyrrolidine, morpholine, cyclohexyl, piperidyl, piperazine
     "N0 C2@0 C2@1 C2@2 C2@0,3", "N0 C2@0 C2@1 O0@2 C2@3 C2@0,4",
     "C1 C2@0 C2@1 C2@2 C2@3 C2@0,4", "C1 C2@0 C2@1 N1@2 C2@3 C2@0,4",
     "N0 C2@0 C2@1 N1@2 C2@3 C2@0,4")
-RING_SHARE = 0.25  # of the hydrogens that are replaced
+RING_SHARE = 0.4  # of the hydrogens that are replaced
 
 # (Element, neighbours, hydrogens among them) -> (element, hydrogens) that can stand in its place.
 SWAPS = {
@@ -71,7 +105,7 @@ LINKS = ((C, 2), (C, 2), (N, 1), (O, 0))  # to lengthen a chain with: element, h
 MOST_ATTEMPTS = 12
 LARGEST_JOINED = 60  # atoms
 PARTNER_SIZES = range(4, 31)  # atoms of a molecule to join another one
-SMALLEST = 3  # atoms
+SMALLEST, LARGEST = 3, 70  # atoms of a variant
 
 
 class EditedMolecule:
@@ -257,7 +291,7 @@ def shorten(molecule, chance, _partners):
 
 
 def close_ring(molecule, chance, _partners):
-    """Makes a ring of five or six."""
+    """Makes a ring of three to six, mostly of five or six."""
     starts = [atom for atom, element in molecule.elements.items()
               if element in (C, N) and molecule.hydrogens(atom)]
     if not starts:
@@ -271,7 +305,8 @@ def close_ring(molecule, chance, _partners):
             if other not in distances:
                 distances[other] = distances[atom] + 1
                 queue.append(other)
-    ends = [atom for atom, distance in distances.items() if distance in (4, 5)
+    wanted = (2, 3) if chance.random() < 0.3 else (4, 5)
+    ends = [atom for atom, distance in distances.items() if distance in wanted
             and molecule.elements[atom] == C and molecule.hydrogens(atom)]
     if not ends:
         return False
@@ -279,6 +314,154 @@ def close_ring(molecule, chance, _partners):
     for atom in (start, end):
         molecule.remove(molecule.hydrogens(atom)[0])
     molecule.bind(start, end)
+    return True
+
+
+def _rings(molecule, start, size):
+    """The rings of this many atoms through an atom, each as a list that begins with it."""
+    rings, paths = [], [[start]]
+    while paths:
+        path = paths.pop()
+        for other in molecule.heavy_neighbours(path[-1]):
+            if len(path) == size:
+                # Found in both directions.
+                if other == start and path[1] < path[-1]:
+                    rings.append(path)
+            elif other not in path:
+                paths.append(path + [other])
+    return rings
+
+
+def _is_flat(molecule, atom):
+    return molecule.kind(atom)[:2] in ((C, 3), (N, 2))
+
+
+def contract_ring(molecule, chance, _partners):
+    """Makes an aromatic ring of five: two carbons of a ring of six become S, O or NH."""
+    atoms = [atom for atom in molecule.elements if molecule.kind(atom) == (C, 3, 1)]
+    if not atoms:
+        return False
+    rings = [ring for ring in _rings(molecule, chance.choice(atoms), 6)
+             if all(_is_flat(molecule, atom) for atom in ring)
+             and molecule.kind(ring[1]) == (C, 3, 1)]
+    if not rings:
+        return False
+    first, second, third = rings[0][:3]
+    before = rings[0][-1]
+    molecule.remove_with_hydrogens(first)
+    molecule.remove_with_hydrogens(second)
+    element, hydrogens = chance.choice(((S, 0), (O, 0), (N, 1)))
+    molecule.set_hydrogens(molecule.add(element, before, third), hydrogens)
+    return True
+
+
+def expand_ring(molecule, chance, _partners):
+    """The other way round: S, O or NH in a flat ring of five becomes CH=CH."""
+    atoms = [atom for atom in molecule.elements
+             if molecule.kind(atom) in ((S, 2, 0), (O, 2, 0), (N, 3, 1))]
+    if not atoms:
+        return False
+    atom = chance.choice(atoms)
+    rings = [ring for ring in _rings(molecule, atom, 5)
+             if all(_is_flat(molecule, other) for other in ring[1:])]
+    if not rings:
+        return False
+    ring = rings[0]
+    molecule.remove_with_hydrogens(atom)
+    first = molecule.add(C, ring[-1])
+    molecule.set_hydrogens(molecule.add(C, first, ring[1]), 1)
+    molecule.set_hydrogens(first, 1)
+    return True
+
+
+def _lactam_places(molecule, nitrogen_kind, carbon_kind):
+    """(nitrogen, carbon) of these kinds at a distance of one or three bonds in a ring of six."""
+    places = []
+    for atom in molecule.elements:
+        if molecule.kind(atom) == nitrogen_kind:
+            for ring in _rings(molecule, atom, 6):
+                places += [(atom, ring[k]) for k in (1, 3, 5)
+                           if molecule.kind(ring[k]) == carbon_kind]
+    return places
+
+
+def make_lactam(molecule, chance, _partners):
+    """N and CH (or C-OH) of a ring of six become NH and C=O."""
+    if chance.random() < 0.5:
+        places = _lactam_places(molecule, (N, 2, 0), (C, 3, 1))
+        if not places:
+            return False
+        nitrogen, carbon = chance.choice(places)
+        molecule.set_hydrogens(carbon, 0)
+        molecule.add(O, carbon)
+    else:
+        places = [(nitrogen, carbon, other)
+                  for nitrogen, carbon in _lactam_places(molecule, (N, 2, 0), (C, 3, 0))
+                  for other in molecule.neighbours[carbon] if molecule.kind(other) == (O, 2, 1)]
+        if not places:
+            return False
+        nitrogen, carbon, oxygen = chance.choice(places)
+        molecule.set_hydrogens(oxygen, 0)
+    molecule.set_hydrogens(nitrogen, 1)
+    return True
+
+
+def unmake_lactam(molecule, chance, _partners):
+    """The other way round; C=O becomes C-OH, CH or C with another end."""
+    places = [(nitrogen, carbon, other)
+              for nitrogen, carbon in _lactam_places(molecule, (N, 3, 1), (C, 3, 0))
+              for other in molecule.neighbours[carbon] if molecule.kind(other) == (O, 1, 0)]
+    if not places:
+        return False
+    nitrogen, carbon, oxygen = chance.choice(places)
+    molecule.set_hydrogens(nitrogen, 0)
+    if chance.random() < 0.4:
+        molecule.set_hydrogens(oxygen, 1)
+    else:
+        molecule.remove(oxygen)
+        if chance.random() < 0.4:
+            molecule.set_hydrogens(carbon, 1)
+        else:
+            attach(molecule, carbon, chance.choice(SUBSTITUENTS))
+    return True
+
+
+def saturate(molecule, chance, _partners):
+    """CH=CH in a ring of five or six becomes CH2-CH2."""
+    atoms = [atom for atom in molecule.elements if molecule.kind(atom) == (C, 3, 1)]
+    if not atoms:
+        return False
+    atom = chance.choice(atoms)
+    others = [ring[1] for size in (5, 6) for ring in _rings(molecule, atom, size)
+              if molecule.kind(ring[1]) == (C, 3, 1)]
+    if not others:
+        return False
+    molecule.set_hydrogens(atom, 2)
+    molecule.set_hydrogens(chance.choice(others), 2)
+    return True
+
+
+def desaturate(molecule, chance, _partners):
+    bonds = [(i, j) for i in molecule.elements if molecule.is_saturated_carbon(i)
+             for j in molecule.heavy_neighbours(i)
+             if i < j and molecule.is_saturated_carbon(j)
+             and molecule.hydrogens(i) and molecule.hydrogens(j)]
+    if not bonds:
+        return False
+    for atom in chance.choice(bonds):
+        molecule.remove(molecule.hydrogens(atom)[0])
+    return True
+
+
+def fluorinate(molecule, chance, _partners):
+    """All hydrogens of a saturated carbon become fluorine."""
+    atoms = [atom for atom in molecule.elements
+             if molecule.is_saturated_carbon(atom) and len(molecule.hydrogens(atom)) > 1]
+    if not atoms:
+        return False
+    atom = chance.choice(atoms)
+    for hydrogen in molecule.hydrogens(atom):
+        molecule.elements[hydrogen] = F
     return True
 
 
@@ -318,8 +501,10 @@ def cut_bond(molecule, chance, _partners):
     return True
 
 
-EDITS = ((0.38, swap_element), (0.24, replace_hydrogen), (0.14, remove_end), (0.06, lengthen),
-         (0.06, shorten), (0.05, close_ring), (0.04, join), (0.03, cut_bond))
+EDITS = ((0.28, swap_element), (0.22, replace_hydrogen), (0.12, remove_end), (0.05, lengthen),
+         (0.05, shorten), (0.05, close_ring), (0.04, join), (0.02, cut_bond),
+         (0.04, contract_ring), (0.03, expand_ring), (0.03, make_lactam), (0.02, unmake_lactam),
+         (0.02, saturate), (0.02, desaturate), (0.01, fluorinate))
 
 
 def variant_of(molecule, chance, partners, edit_counts):
@@ -335,16 +520,17 @@ def variant_of(molecule, chance, partners, edit_counts):
     return molecule if made else None
 
 
-def variants_of(graphs, settings):
+def variants_of(graphs, partner_graphs, settings):
     """Different variants of the molecules, all given as (atomic numbers, bonds)."""
     chance = random.Random(settings.seed)
-    molecules = [EditedMolecule(elements, bonds) for elements, bonds in graphs]
-    partners = [molecule for molecule in molecules if len(molecule) in PARTNER_SIZES]
+    partners = [EditedMolecule(elements, bonds) for elements, bonds in partner_graphs
+                if len(elements) in PARTNER_SIZES]
     seen, result = set(), []
-    for molecule in molecules:
+    for elements, bonds in graphs:
+        molecule = EditedMolecule(elements, bonds)
         for _ in range(settings.per_molecule):
             variant = variant_of(molecule, chance, partners, settings.edit_counts)
-            if variant is None or not SMALLEST <= len(variant) <= settings.largest:
+            if variant is None or not SMALLEST <= len(variant) <= LARGEST:
                 continue
             graph = variant.graph()
             if hash(graph) not in seen:
