@@ -9,16 +9,15 @@ nothing is written; the exit status is 1 if a file differs from what would be wr
 is no DIR to compare with.
 """
 
-import argparse
 import math
 import os
 import sys
 from typing import NamedTuple, Tuple
 
+from topology import generated_files
 from topology.parameters import Parameters
 from topology.rtf import read_topology
 
-SKIPPED = 77
 FIGURES = "toppar_water_ions.str"
 
 
@@ -114,34 +113,5 @@ def template_files(published):
     return files
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
-    parser.add_argument("--published", required=True, metavar="DIR",
-                        help="folder of the published file")
-    parser.add_argument("--output", required=True, metavar="DIR", help="the data folder")
-    parser.add_argument("--check", action="store_true",
-                        help="compare with the files there and write nothing")
-    arguments = parser.parse_args()
-
-    if arguments.check and not os.path.isdir(arguments.published):
-        print(f"{arguments.published} is not there: nothing to compare with")
-        return SKIPPED
-    different = []
-    for name, text in template_files(arguments.published).items():
-        path = os.path.join(arguments.output, name)
-        if not arguments.check:
-            with open(path, "wb") as file:
-                file.write(text.encode("ascii"))
-            continue
-        if os.path.exists(path):
-            with open(path, "rb") as file:
-                if file.read() == text.encode("ascii"):
-                    continue
-        different.append(path)
-    for path in different:
-        print(f"{path} is not what the published figures give", file=sys.stderr)
-    return 1 if different else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(generated_files.run(__doc__.split("\n\n", maxsplit=1)[0], template_files))
