@@ -6,7 +6,7 @@
 Loss and gradients of the kernel, over classes of surroundings in single precision, are compared
 with those of PyTorch's automatic differentiation over every atom in double precision; the folded
 network, computed as the program computes, with the trained one; and ring classes with those found
-by trying all paths.
+by trying all paths. Channels without use must be found, and learn again.
 
 The exit status is 1 if anything differs and 77 where PyTorch, a C++ compiler or Eigen is missing.
 """
@@ -26,6 +26,8 @@ SKIPPED = 77
 NUM_MOLECULES = 40
 ELEMENTS = (1, 6, 7)
 EXPONENTS = (0.0, 0.7)
+IDLE_CHANNEL = 5
+IDLE_CHANNEL_STEPS, IDLE_CHANNEL_RATE = 100, 0.003
 TOLERANCE = 1e-4        # of the largest number, in single precision
 FOLDED_TOLERANCE = 1e-5  # of probabilities, with weights of eight decimals
 
@@ -86,11 +88,14 @@ class Check:
     def __init__(self):
         # Imported here: without PyTorch this script has to say that it skips.
         import folding
+        import idle_channels
         import molecules
         import surroundings
         from evaluate_weights import calc_probabilities
+        from optimiser import Soap
         from student import first_network
         self._folding, self._molecules, self._surroundings = folding, molecules, surroundings
+        self._idle_channels, self._soap = idle_channels, Soap
         self._calc_probabilities, self._first_network = calc_probabilities, first_network
         self._published = (molecules.read_published(molecules.SPECIAL)
                            + molecules.read_published(molecules.VALIDATION, NUM_MOLECULES))
@@ -164,6 +169,40 @@ class Check:
         self._compare(f"element {element}: probabilities of the folded network", actual, expected,
                       FOLDED_TOLERANCE)
 
+    def _with_idle_channel(self, element, batch, layer):
+        """A network trained a little, with one channel that is always zero."""
+        network = self._network(element)
+        optimiser = self._soap(network, momentum=0.9, second_momentum=0.9)
+        for _ in range(IDLE_CHANNEL_STEPS):
+            optimiser.step(batch.loss_and_gradient(network, 0.0)[1], IDLE_CHANNEL_RATE)
+        network[2 * layer + 1][IDLE_CHANNEL] = -1e6
+        return network
+
+    def revived_channels(self, element):
+        """An idle channel is found and begins anew; the loss stays until it learns."""
+        atoms = self._atoms
+        chosen = np.flatnonzero((atoms.elements == element) & (atoms.labels >= 0))
+        batch = self._surroundings.Batch(self._all, element, chosen, np.ones(len(chosen)))
+        for layer in (0, 1):
+            network = self._with_idle_channel(element, batch, layer)
+            loss = batch.loss(network, 0.0)
+            what = f"element {element}, layer {layer + 1}: "
+            # It may find another one without use.
+            found = self._idle_channels.idle_channel(network, layer, [batch], 0.0)
+            self._compare(what + "an idle channel is found", found is not None, True, 0.0)
+            if found is not None:
+                without = batch.loss(self._idle_channels.without(network, layer, found), 0.0)
+                self._compare(what + "loss without it", max(without, loss), loss, TOLERANCE)
+
+            revived = [array.copy() for array in network]
+            self._idle_channels.revive([revived], layer, IDLE_CHANNEL, [batch], 0.0, self._random)
+            self._compare(what + "loss with a revived channel", batch.loss(revived, 0.0), loss,
+                          TOLERANCE)
+            gradients = [self._idle_channels.outgoing(batch.loss_and_gradient(each, 0.0)[1], layer,
+                                                      IDLE_CHANNEL) for each in (network, revived)]
+            self._compare(what + "an idle channel learns", np.any(gradients[0] != 0.0), False, 0.0)
+            self._compare(what + "a revived channel learns", np.any(gradients[1] != 0.0), True, 0.0)
+
     def rings(self):
         data = self._molecules.evaluation_form(self._published)
         for molecule in data:
@@ -187,8 +226,9 @@ def main():
         for q in EXPONENTS:
             check.gradients(element, q)
         check.folded_network(element)
+        check.revived_channels(element)
     if check.num_faults == 0:
-        print("loss, gradients, folded networks and ring classes are as in the plain versions")
+        print("loss, gradients, folded networks, ring classes and revived channels are as expected")
     return 1 if check.num_faults else 0
 
 

@@ -1,8 +1,9 @@
 """SOAP: Adam in the eigenbasis of Shampoo's preconditioner (Vyas et al., arXiv 2409.11321).
 
-A matrix of weights keeps running averages L of G G^T and R of G^T G over its gradients G. Adam runs
-on the gradients turned into the eigenvectors of both, where its scale for each number fits best.
-The matrices here are small, so that the turning costs little and a third of Adam's steps do.
+Each layer is one matrix: its weights, with the bias as the last row. A matrix keeps running
+averages L of G G^T and R of G^T G over its gradients G. Adam runs on the gradients turned into the
+eigenvectors of both, where its scale for each number fits best. The matrices here are small, so
+that the turning costs little and a third of Adam's steps do.
 """
 
 import numpy as np
@@ -42,13 +43,15 @@ class _State:
 
 
 class Soap:
-    """Changes float32 arrays in place; vectors count as matrices of one row."""
+    """Changes a network in place: weights and bias of each layer in turn, in float32."""
 
-    def __init__(self, weights, momentum, second_momentum):
-        self._weights = weights
-        self._states = [None] * len(weights)
+    def __init__(self, network, momentum, second_momentum, least_scale=0.0):
+        """`least_scale` is a fraction of a layer's largest scale, see StudentSettings."""
+        self._network = network
+        self._states = [None] * (len(network) // 2)
         self._momentum = np.float32(momentum)
         self._second_momentum = np.float32(second_momentum)
+        self._least_scale = np.float32(least_scale)
         self._steps = 0
 
     def step(self, gradients, rate):
@@ -56,21 +59,26 @@ class Soap:
         corrections = [1.0 - float(momentum) ** self._steps
                        for momentum in (self._momentum, self._second_momentum)]
         self._steps += 1
-        for i, (weights, gradient) in enumerate(zip(self._weights, gradients)):
-            gradient = np.atleast_2d(gradient)
-            if self._states[i] is None:
-                self._states[i] = _State(gradient)
+        for layer, state in enumerate(self._states):
+            gradient = np.vstack(gradients[2 * layer:2 * layer + 2])
+            if state is None:
+                self._states[layer] = _State(gradient)
                 continue
-            self._update(self._states[i], weights, gradient, rate, corrections)
+            update = self._update(state, gradient, corrections)
+            update *= np.float32(rate)
+            weights, bias = self._network[2 * layer:2 * layer + 2]
+            weights -= update[:-1]
+            bias -= update[-1]
 
-    def _update(self, state, weights, gradient, rate, corrections):
+    def _update(self, state, gradient, corrections):
         turned = state.turned(gradient)
         state.mean += (1 - self._momentum) * (gradient - state.mean)
         state.variance += (1 - self._second_momentum) * (turned * turned - state.variance)
-        scale = np.sqrt(state.variance / np.float32(corrections[1])) + np.float32(EPSILON)
+        scale = np.sqrt(state.variance / np.float32(corrections[1]))
+        scale += np.float32(EPSILON) + self._least_scale * scale.max()
         update = state.turned_back(state.turned(state.mean) / np.float32(corrections[0]) / scale)
-        weights -= np.float32(rate) * update.reshape(weights.shape)
         state.left += (1 - self._momentum) * (gradient @ gradient.T - state.left)
         state.right += (1 - self._momentum) * (gradient.T @ gradient - state.right)
         if self._steps % BASIS_EVERY == 0:
             state.follow_basis()
+        return update

@@ -6,7 +6,7 @@ from dataclasses import dataclass, replace
 @dataclass(frozen=True)
 class TeacherSettings:
     """The larger networks that type the variants; their probabilities are averaged."""
-    seeds: tuple = (1,)     # one network for each
+    seeds: tuple = (1, 2)   # one network for each
     width: int = 64         # channels of an atom
     layers: int = 7         # bonds that an atom's surroundings reach
     epochs: int = 8
@@ -28,9 +28,9 @@ class StudentSettings:
     """One of the program's networks. Of several seeds the network with the lowest loss is taken."""
     steps: int
     seeds: tuple = (1,)
-    # Where the seeds are compared, and all but one broken off; at the end if None. A network this
-    # small does not forget where it began, and the loss tells the seeds apart early on.
-    trial_steps: int = None
+    # (step, number): the seeds are compared after these steps, and only the best ones go on. A
+    # network this small does not forget where it began.
+    rounds: tuple = ()
     # Molecules without published types are dealt into as many groups, one of which is in each step;
     # those with published types into fewer. Special molecules are in every step.
     groups: int = 32
@@ -50,8 +50,16 @@ class StudentSettings:
     rate: float = 0.06
     rate_rise_steps: int = 100
     averaging: float = 0.998  # of the weights, at each step
+    # Hidden channels found idle get a new start, every so many steps between two fractions of them.
+    # Not for long: where the last one is of little use, new ones would disturb the others for ever.
+    revive_every: int = 1000
+    revive_begin: float = 0.03
+    revive_end: float = 0.06
     momentum: float = 0.95
     second_momentum: float = 0.95
+    # What is added to the scale of each gradient. The gradients of an idle channel are rounding
+    # errors, and steps in proportion to their scale let it drift until it wrecks the network.
+    least_scale: float = 1e-5
     report_every: int = 1000
 
 
@@ -73,21 +81,25 @@ class Settings:
 
 SHIPPED_WITH_VALIDATION = True
 
-SIX_SEEDS = tuple(range(1, 7))
-TWELVE_SEEDS = tuple(range(1, 13))
+SEEDS = tuple(range(1, 25))
 
 # In the order in which they are trained: the longest first, so that two processes end together.
 # Boron and iodine have one type each and nothing to learn.
 STUDENTS = {
-    6: StudentSettings(steps=100000, groups=240, seeds=TWELVE_SEEDS, trial_steps=3000),
-    1: StudentSettings(steps=100000, groups=240, seeds=TWELVE_SEEDS, trial_steps=3000),
-    7: StudentSettings(steps=60000, groups=120, seeds=SIX_SEEDS, trial_steps=3000),
-    8: StudentSettings(steps=40000, groups=120, seeds=SIX_SEEDS, trial_steps=3000),
+    6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 8), (40000, 1)), groups=960,
+                       published_groups=16, rate=0.03, averaging=0.9993, least_scale=0.0,
+                       report_every=20000),
+    1: StudentSettings(steps=300000, seeds=SEEDS[:12], rounds=((6000, 4), (20000, 1)), groups=960,
+                       published_groups=16, rate=0.03, averaging=0.9993, report_every=10000),
+    7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120,
+                       report_every=5000),
+    8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120,
+                       report_every=5000),
     16: StudentSettings(steps=8000, groups=20, rate=0.03),
-    9: StudentSettings(steps=5000, groups=10, seeds=SIX_SEEDS, rate=0.03),
-    17: StudentSettings(steps=5000, groups=10, seeds=SIX_SEEDS, rate=0.03),
-    35: StudentSettings(steps=5000, groups=5, seeds=SIX_SEEDS, rate=0.03),
-    15: StudentSettings(steps=5000, groups=5, seeds=SIX_SEEDS, rate=0.03),
+    9: StudentSettings(steps=5000, groups=10, seeds=SEEDS[:6], rate=0.03),
+    17: StudentSettings(steps=5000, groups=10, seeds=SEEDS[:6], rate=0.03),
+    35: StudentSettings(steps=5000, groups=5, seeds=SEEDS[:6], rate=0.03),
+    15: StudentSettings(steps=5000, groups=5, seeds=SEEDS[:6], rate=0.03),
     5: StudentSettings(steps=0),
     53: StudentSettings(steps=0),
 }
@@ -100,7 +112,8 @@ FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(),
 def trial_of(settings):
     """The same in small, to see in minutes that everything runs. Its networks are of no use."""
     students = {element: replace(student, steps=min(student.steps, 50), groups=2, report_every=25,
-                                 trial_steps=student.trial_steps and 10)
+                                 revive_every=10, seeds=student.seeds[:3],
+                                 rounds=((10, 2), (20, 1)) if student.rounds else ())
                 for element, student in settings.students.items()}
     return replace(settings, students=students, published_limit=300, drug_like_limit=600,
                    teacher=replace(settings.teacher, epochs=1, repeats=1, width=32, layers=3),

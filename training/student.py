@@ -16,6 +16,7 @@ import one_thread  # noqa: F401  ahead of numpy
 import numpy as np
 
 from folding import empty_network, folded
+from idle_channels import idle_channel, revive
 from molecules import (DRUG_LIKE, DRUG_LIKE_VARIANT, NO_LABEL, PUBLISHED_SETS, SPECIAL, TRAIN,
                        VALIDATION, VARIANT, tables)
 from optimiser import Soap
@@ -23,6 +24,7 @@ from settings import add_arguments, settings_of
 from surroundings import (HIDDEN_CHANNELS, HOPS, Batch, load_surroundings,
                           surroundings_path)
 
+REVIVING_BATCHES = 6
 # Standard deviations of the numbers that a network starts with.
 FIRST_WEIGHTS, FIRST_BIAS = 0.8, 0.5
 SECOND_WEIGHTS, THIRD_WEIGHTS = (2.0 / 24.0) ** 0.5, (1.0 / 24.0) ** 0.5
@@ -90,6 +92,10 @@ class Lessons:
         batch = Batch(self._surroundings, self._element, atoms, np.ones(len(atoms)))
         return batch, self._surroundings.atoms.reachable[batch.atoms]
 
+    def some_batches(self, number, random):
+        chosen = random.choice(len(self.batches), min(number, len(self.batches)), replace=False)
+        return [self.batches[i] for i in chosen]
+
     def accuracy(self, network):
         """Shares of right answers as text: where the true type is allowed, and where it is not."""
         words = []
@@ -110,34 +116,69 @@ def exponent(settings, done):
     return settings.q * min(1.0, max(0.0, rise))
 
 
-def train(lessons, num_types, settings, seed, last_step=None):
-    """The running average of the network over the steps, and its loss over all batches.
+class Run:
+    """The training of one network, from one seed."""
 
-    With `last_step`, the training is broken off there.
-    """
-    random = np.random.default_rng(seed)
-    network = first_network(num_types, random)
-    average = [array.copy() for array in network]
-    optimiser = Soap(network, settings.momentum, settings.second_momentum)
-    begin, losses = time.time(), []
-    for step in range(last_step or settings.steps):
-        if step % settings.groups == 0:
-            order = random.permutation(settings.groups)
-        done = step / settings.steps
-        batch = lessons.batches[order[step % settings.groups]]
-        loss, gradient = batch.loss_and_gradient(network, exponent(settings, done))
-        rise = min(1.0, (step + 1) / settings.rate_rise_steps)
-        optimiser.step(gradient, settings.rate * rise * 0.5 * (1.0 + math.cos(math.pi * done)))
-        share = np.float32(1.0 - min(settings.averaging, (step + 1) / (step + 20)))
-        for slow, fast in zip(average, network):
+    def __init__(self, lessons, num_types, settings, seed):
+        self._lessons, self._settings, self.seed = lessons, settings, seed
+        self._random = np.random.default_rng(seed)
+        self._network = first_network(num_types, self._random)
+        self.average = [array.copy() for array in self._network]  # the running one, over the steps
+        self._optimiser = Soap(self._network, settings.momentum, settings.second_momentum,
+                               settings.least_scale)
+        self._step = 0
+        self._order = None
+        self._losses = []
+        self._seconds = 0.0
+
+    def train_to(self, last_step):
+        begin = time.time()
+        while self._step < last_step:
+            self._make_step()
+            if self._step % self._settings.report_every == 0:
+                seconds = self._seconds + time.time() - begin
+                print(f"seed {self.seed}, step {self._step}, {seconds:.0f} s: "
+                      f"loss {np.mean(self._losses):.4f}, "
+                      f"{self._lessons.accuracy(self.average)}", flush=True)
+                self._losses.clear()
+        self._seconds += time.time() - begin
+
+    def loss(self):
+        """The mean loss of the averaged network over all batches, as it counts at the end."""
+        return np.mean([batch.loss(self.average, self._settings.q)
+                        for batch in self._lessons.batches])
+
+    def _exponent(self):
+        return exponent(self._settings, self._step / self._settings.steps)
+
+    def _make_step(self):
+        settings, batches = self._settings, self._lessons.batches
+        if self._step % settings.groups == 0:
+            self._order = self._random.permutation(settings.groups)
+        done = self._step / settings.steps
+        if (self._step % settings.revive_every == 0
+                and settings.revive_begin <= done < settings.revive_end):
+            self._revive_idle_channels()
+        batch = batches[self._order[self._step % settings.groups]]
+        loss, gradient = batch.loss_and_gradient(self._network, self._exponent())
+        self._losses.append(loss)
+        rise = min(1.0, (self._step + 1) / settings.rate_rise_steps)
+        self._optimiser.step(gradient,
+                             settings.rate * rise * 0.5 * (1.0 + math.cos(math.pi * done)))
+        share = np.float32(1.0 - min(settings.averaging, (self._step + 1) / (self._step + 20)))
+        for slow, fast in zip(self.average, self._network):
             slow += share * (fast - slow)
-        losses.append(loss)
-        if (step + 1) % settings.report_every == 0:
-            print(f"seed {seed}, step {step + 1}, {time.time() - begin:.0f} s: "
-                  f"loss {np.mean(losses):.4f}, {lessons.accuracy(average)}", flush=True)
-            losses.clear()
-    q = exponent(settings, (last_step or settings.steps) / settings.steps)
-    return average, np.mean([batch.loss(average, q) for batch in lessons.batches])
+        self._step += 1
+
+    def _revive_idle_channels(self):
+        batches = self._lessons.some_batches(REVIVING_BATCHES, self._random)
+        for layer in (1, 0):
+            channel = idle_channel(self.average, layer, batches, self._exponent())
+            if channel is not None:
+                print(f"seed {self.seed}, step {self._step}: channel {channel} of layer "
+                      f"{layer + 1} begins anew")
+                revive([self._network, self.average], layer, channel, batches, self._exponent(),
+                       self._random)
 
 
 def student_path(work, element):
@@ -156,14 +197,16 @@ def best_network(surroundings, element, settings):
     if num_types == 1:
         return empty_network(num_types)
     lessons = Lessons(surroundings, element, student, settings.with_validation)
-    trained = [(seed, *train(lessons, num_types, student, seed, student.trial_steps))
-               for seed in student.seeds]
-    for seed, _, loss in trained:
-        print(f"seed {seed}: loss {loss:.5f}")
-    seed, network, _ = min(trained, key=lambda trial: trial[2])
-    if student.trial_steps:
-        network, loss = train(lessons, num_types, student, seed)
-        print(f"seed {seed} to the end: loss {loss:.5f}")
+    runs = [Run(lessons, num_types, student, seed) for seed in student.seeds]
+    for last_step, num_left in (*student.rounds, (student.steps, 1)):
+        for run in runs:
+            run.train_to(last_step)
+        losses = {run: run.loss() for run in runs}
+        runs.sort(key=losses.get)
+        for run in runs:
+            print(f"step {last_step}, seed {run.seed}: loss {losses[run]:.5f}", flush=True)
+        runs = runs[:num_left]
+    network = runs[0].average
     print("at the end:", lessons.accuracy(network), flush=True)
     return folded(surroundings, element, network, settings.output_margin)
 

@@ -17,7 +17,7 @@ from molecules import RING_CLASSES, allowed_types, load_atoms, tables
 
 HIDDEN_CHANNELS = 16
 HOPS = 3
-CHANNEL_PADDING = 8         # channels of a ring class are filled up to a multiple, for the kernel
+CHANNEL_PADDING = 16        # channels of a ring class are filled up to a multiple, for the kernel
 UNUSED_BIAS = np.float32(-1e9)
 CLASS_SEED = 0
 EVALUATED_AT_ONCE = 20000   # classes, to keep memory low
@@ -277,6 +277,13 @@ class Batch:
                               ctypes.byref(self._network_record(padded)),
                               ctypes.byref(self._network_record(gradient)), q, None)
         return loss, self._unpadded(gradient)
+
+    def layer_inputs(self, network, layer):
+        """What a layer multiplies with its weights, for each of its rows. Layers count from 0."""
+        if layer == 0:
+            return self._inputs
+        hidden = np.maximum(self._inputs @ network[0] + network[1], 0.0)
+        return self._layer2.gathered(hidden)
 
     def loss(self, network, q):
         padded = self._padded(network)
