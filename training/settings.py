@@ -86,15 +86,13 @@ SEEDS = tuple(range(1, 25))
 # In the order in which they are trained: the longest first, so that two processes end together.
 # Boron and iodine have one type each and nothing to learn.
 STUDENTS = {
+    # No channel of carbon's stays idle, and it can do without a least scale.
     6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 8), (40000, 1)), groups=960,
                        published_groups=16, rate=0.03, averaging=0.9993, least_scale=0.0,
                        report_every=20000),
-    1: StudentSettings(steps=300000, seeds=SEEDS[:12], rounds=((6000, 4), (20000, 1)), groups=960,
-                       published_groups=16, rate=0.03, averaging=0.9993, report_every=10000),
-    7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120,
-                       report_every=5000),
-    8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120,
-                       report_every=5000),
+    1: StudentSettings(steps=100000, seeds=SEEDS[:12], rounds=((3000, 1),), groups=240),
+    7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
+    8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     16: StudentSettings(steps=8000, groups=20, rate=0.03),
     9: StudentSettings(steps=5000, groups=10, seeds=SEEDS[:6], rate=0.03),
     17: StudentSettings(steps=5000, groups=10, seeds=SEEDS[:6], rate=0.03),
