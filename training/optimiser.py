@@ -36,10 +36,18 @@ class _State:
         return _product(self.left_basis, matrix, self.right_basis.T)
 
     def follow_basis(self):
-        """One step of the power iteration brings the old eigenvectors to the new averages."""
-        for average, name in ((self.left, "left_basis"), (self.right, "right_basis")):
-            turned = average.astype(np.float64) @ getattr(self, name)
-            setattr(self, name, np.linalg.qr(turned)[0].astype(np.float32))
+        """One step of the power iteration brings the old eigenvectors to the new averages.
+
+        Those with the largest eigenvalues come first, as the iteration needs it: among the others
+        rounding errors would bring them back, and no variance would fit its eigenvector any more.
+        """
+        for axis, (average, name) in enumerate(((self.left, "left_basis"),
+                                                (self.right, "right_basis"))):
+            average, basis = average.astype(np.float64), getattr(self, name)
+            turned = average @ basis
+            order = np.argsort(-np.sum(basis * turned, axis=0), kind="stable")
+            setattr(self, name, np.linalg.qr(turned[:, order])[0].astype(np.float32))
+            self.variance = self.variance.take(order, axis)
 
 
 class Soap:

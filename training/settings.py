@@ -57,8 +57,8 @@ class StudentSettings:
     revive_end: float = 0.06
     momentum: float = 0.95
     second_momentum: float = 0.95
-    # What is added to the scale of each gradient. The gradients of an idle channel are rounding
-    # errors, and steps in proportion to their scale let it drift until it wrecks the network.
+    # What is added to the scale of each gradient, as a share of the largest one. The gradients of an
+    # idle channel are rounding errors, and steps in proportion to their scale would let it drift.
     least_scale: float = 1e-5
     report_every: int = 1000
 
