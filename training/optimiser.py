@@ -35,31 +35,34 @@ class _State:
     def turned_back(self, matrix):
         return _product(self.left_basis, matrix, self.right_basis.T)
 
-    def follow_basis(self):
+    def follow_basis(self, sort):
         """One step of the power iteration brings the old eigenvectors to the new averages.
 
-        Those with the largest eigenvalues come first, as the iteration needs it: among the others
-        rounding errors would bring them back, and no variance would fit its eigenvector any more.
+        Sorted, those with the largest eigenvalues come first, as the iteration needs it: among the
+        others rounding errors bring them back, and no variance fits its eigenvector any more.
         """
         for axis, (average, name) in enumerate(((self.left, "left_basis"),
                                                 (self.right, "right_basis"))):
             average, basis = average.astype(np.float64), getattr(self, name)
             turned = average @ basis
-            order = np.argsort(-np.sum(basis * turned, axis=0), kind="stable")
-            setattr(self, name, np.linalg.qr(turned[:, order])[0].astype(np.float32))
-            self.variance = self.variance.take(order, axis)
+            if sort:
+                order = np.argsort(-np.sum(basis * turned, axis=0), kind="stable")
+                turned = turned[:, order]
+                self.variance = self.variance.take(order, axis)
+            setattr(self, name, np.linalg.qr(turned)[0].astype(np.float32))
 
 
 class Soap:
     """Changes a network in place: weights and bias of each layer in turn, in float32."""
 
-    def __init__(self, network, momentum, second_momentum, least_scale=0.0):
-        """`least_scale` is a fraction of a layer's largest scale, see StudentSettings."""
+    def __init__(self, network, momentum, second_momentum, least_scale=0.0, sort=True):
+        """StudentSettings tells what these are."""
         self._network = network
         self._states = [None] * (len(network) // 2)
         self._momentum = np.float32(momentum)
         self._second_momentum = np.float32(second_momentum)
         self._least_scale = np.float32(least_scale)
+        self._sort = sort
         self._steps = 0
 
     def step(self, gradients, rate):
@@ -88,5 +91,5 @@ class Soap:
         state.left += (1 - self._momentum) * (gradient @ gradient.T - state.left)
         state.right += (1 - self._momentum) * (gradient.T @ gradient - state.right)
         if self._steps % BASIS_EVERY == 0:
-            state.follow_basis()
+            state.follow_basis(self._sort)
         return update

@@ -125,7 +125,7 @@ class Run:
         self._network = first_network(num_types, self._random)
         self.average = [array.copy() for array in self._network]  # the running one, over the steps
         self._optimiser = Soap(self._network, settings.momentum, settings.second_momentum,
-                               settings.least_scale)
+                               settings.least_scale, settings.sort_eigenvectors)
         self._step = 0
         self._order = None
         self._losses = []
