@@ -29,7 +29,7 @@ constexpr int kRowsAtOnce = 8;              // of a product: their sums stay in 
 using Channels [[gnu::vector_size(kHidden * sizeof(float))]] = float;
 
 using Numbers = Eigen::Array<float, Eigen::Dynamic, 1>;
-// Its rows of 16 begin where a line of the cache does.
+// Aligned for the widest registers, so that no row of 16 needs more of them than it must.
 using Rows = std::vector<float, Eigen::aligned_allocator<float>>;
 
 size_t at(int row, int channels) {
@@ -197,9 +197,9 @@ class TinyNumbersAreZero {
 struct TinyNumbersAreZero {};
 #endif
 
-// Rows of the hidden layers, kept between calls since they are large, and the second layer's
-// weights as they are used. That layer multiplies before it gathers: far more rows are gathered
-// than there are to gather from.
+// Rows of the layers, kept between calls since they are large, and a group's part of the third
+// layer's weights, transposed. The second layer multiplies before it gathers: far more rows are
+// gathered than there are to gather from.
 struct Workspace {
   Rows hidden1, products, hidden2, product_gradients, gradient1, gradient2;
   Rows gathered, outputs, gathered_gradient, weights3_turned;
