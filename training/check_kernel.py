@@ -6,13 +6,15 @@
 Loss and gradients of the kernel, over classes of surroundings in single precision, are compared
 with those of PyTorch's automatic differentiation over every atom in double precision; the folded
 network, computed as the program computes, with the trained one; and ring classes with those found
-by trying all paths. Channels without use must be found, and learn again.
+by trying all paths. Channels without use must be found, and learn again. What a sieve lets through
+must have the gradient of the whole on average.
 
 The exit status is 1 if anything differs and 77 where PyTorch, a C++ compiler or Eigen is missing.
 """
 
 import argparse
 import sys
+from dataclasses import replace
 
 import one_thread  # noqa: F401  ahead of numpy and torch
 
@@ -27,7 +29,10 @@ NUM_MOLECULES = 40
 ELEMENTS = (1, 6, 7)
 EXPONENTS = (0.0, 0.7)
 IDLE_CHANNEL = 5
-IDLE_CHANNEL_STEPS, IDLE_CHANNEL_RATE = 100, 0.003
+TRAINING_STEPS, TRAINING_RATE = 100, 0.003
+LAST_EXPONENT = 0.7
+CERTAINTY, NUM_SIEVES = 6.0, 1000
+SIFTED_TOLERANCE = 0.2  # of the largest number, by chance
 TOLERANCE = 1e-4        # of the largest number, in single precision
 FOLDED_TOLERANCE = 1e-5  # of probabilities, with weights of eight decimals
 
@@ -93,10 +98,12 @@ class Check:
         import surroundings
         from evaluate_weights import calc_probabilities
         from optimiser import Soap
-        from student import first_network
+        import student
+        from settings import FULL
         self._folding, self._molecules, self._surroundings = folding, molecules, surroundings
         self._idle_channels, self._soap = idle_channels, Soap
-        self._calc_probabilities, self._first_network = calc_probabilities, first_network
+        self._calc_probabilities, self._student = calc_probabilities, student
+        self._settings = FULL
         self._published = (molecules.read_published(molecules.SPECIAL)
                            + molecules.read_published(molecules.VALIDATION, NUM_MOLECULES))
         self._atoms = molecules.published_atoms(self._published, molecules.TRAIN)
@@ -115,7 +122,7 @@ class Check:
                   file=sys.stderr)
 
     def _network(self, element):
-        return self._first_network(len(self._molecules.tables.names[element]), self._random)
+        return self._student.first_network(len(self._molecules.tables.names[element]), self._random)
 
     def _whitened_inputs(self):
         own = torch.from_numpy(self._atoms.elements.astype(float))[:, None]
@@ -150,6 +157,8 @@ class Check:
         right = (probabilities.argmax(dim=1) == labels).numpy()
         share = np.average(batch.is_right(network), weights=batch.weights)
         self._compare(what + "accuracy", share, np.average(right, weights=weights), TOLERANCE)
+        losses = -np.log(batch.probabilities(network)) * batch.weights
+        self._compare(what + "probabilities", losses.sum(), batch.loss(network, 0.0), TOLERANCE)
 
     def folded_network(self, element):
         """Probabilities of the folded network among the allowed types, whose outputs it shifts."""
@@ -169,12 +178,17 @@ class Check:
         self._compare(f"element {element}: probabilities of the folded network", actual, expected,
                       FOLDED_TOLERANCE)
 
-    def _with_idle_channel(self, element, batch, layer):
-        """A network trained a little, with one channel that is always zero."""
+    def _trained_network(self, element, batch):
+        """Trained a little."""
         network = self._network(element)
         optimiser = self._soap(network, momentum=0.9, second_momentum=0.9)
-        for _ in range(IDLE_CHANNEL_STEPS):
-            optimiser.step(batch.loss_and_gradient(network, 0.0)[1], IDLE_CHANNEL_RATE)
+        for _ in range(TRAINING_STEPS):
+            optimiser.step(batch.loss_and_gradient(network, 0.0)[1], TRAINING_RATE)
+        return network
+
+    def _with_idle_channel(self, element, batch, layer):
+        """A trained network with one channel that is always zero."""
+        network = self._trained_network(element, batch)
         network[2 * layer + 1][IDLE_CHANNEL] = -1e6
         return network
 
@@ -203,6 +217,33 @@ class Check:
             self._compare(what + "an idle channel learns", np.any(gradients[0] != 0.0), False, 0.0)
             self._compare(what + "a revived channel learns", np.any(gradients[1] != 0.0), True, 0.0)
 
+    @staticmethod
+    def _weight_and_gradient(batch, network):
+        gradient = batch.loss_and_gradient(network, LAST_EXPONENT)[1]
+        return [batch.weights.sum(keepdims=True), *gradient]
+
+    def sifted_batches(self, element):
+        """Over many sieves, mean weight and gradient of what is let through are those of everything."""
+        settings = replace(self._settings.students[element], groups=1, published_groups=1)
+        lessons = self._student.Lessons(self._all, element, settings, False)
+        network = self._trained_network(element, lessons.batches[0])
+        for array in network[4:]:  # as sure of most types as after a long training
+            array *= CERTAINTY
+        expected = self._weight_and_gradient(lessons.batches[0], network)
+        total = [np.zeros_like(array) for array in expected]
+        num_atoms = []
+        for _ in range(NUM_SIEVES):
+            batches = lessons.sifted(network, LAST_EXPONENT, self._random)
+            for batch in batches:
+                num_atoms.append(len(batch.atoms))
+                for array, more in zip(total, self._weight_and_gradient(batch, network)):
+                    array += more / len(batches) / NUM_SIEVES
+        what = f"element {element}, sifted: "
+        self._compare(what + "fewer atoms",
+                      np.mean(num_atoms) < 0.5 * len(lessons.batches[0].atoms), True, 0.0)
+        for actual, array in zip(total, expected):
+            self._compare(what + "weight or gradient", actual, array, SIFTED_TOLERANCE)
+
     def rings(self):
         data = self._molecules.evaluation_form(self._published)
         for molecule in data:
@@ -227,8 +268,10 @@ def main():
             check.gradients(element, q)
         check.folded_network(element)
         check.revived_channels(element)
+        check.sifted_batches(element)
     if check.num_faults == 0:
-        print("loss, gradients, folded networks, ring classes and revived channels are as expected")
+        print("loss, gradients, folded networks, ring classes, revived channels and sieves are as"
+              " expected")
     return 1 if check.num_faults else 0
 
 

@@ -146,7 +146,7 @@ void add_transposed_product(const float* a, int rows, int a_columns, const float
 // a row with the probability p of the right channel is -log p, or (1 - p^q) / q, which tends to the
 // former as q goes to 0 and forgives rows that contradict the others.
 double loss_of_rows(float* outputs, int rows, int num_channels, const int32_t* labels,
-                    const float* weights, float q, int32_t* best) {
+                    const float* weights, float q, int32_t* best, float* probability) {
   const Eigen::Map<const Numbers> weight(weights, rows);
   Numbers right(rows), sum(rows);
   for (int row = 0; row < rows; ++row) {
@@ -160,6 +160,7 @@ double loss_of_rows(float* outputs, int rows, int num_channels, const int32_t* l
   for (int row = 0; row < rows; ++row)
     sum[row] = Eigen::Map<Numbers>(outputs + at(row, num_channels), num_channels).sum();
   const Numbers log_probability = right - sum.log();
+  if (probability != nullptr) Eigen::Map<Numbers>(probability, rows) = log_probability.exp();
   Numbers slope = weight;
   double loss = 0.0;
   if (q > 0.0f) {
@@ -261,7 +262,7 @@ void spread(const HopLists& lists, int row, const float* gradient, float* result
 
 // The last layer and the loss of one group, and with a gradient its way back to the second layer.
 double run_group(const Batch& batch, int group, const Network& network, const Network* gradient,
-                 float q, int32_t* best, Workspace& work) {
+                 float q, int32_t* best, float* probability, Workspace& work) {
   const int first_channel = batch.group_channel[group];
   const int num_channels = batch.group_channel[group + 1] - first_channel;
   const float* weights3 = network.weights3 + first_channel;
@@ -282,7 +283,8 @@ double run_group(const Batch& batch, int group, const Network& network, const Ne
                load(network.bias3 + first_channel + channel), work.outputs.data() + channel,
                num_channels);
     loss += loss_of_rows(work.outputs.data(), size, num_channels, batch.label + start,
-                         batch.weight + start, q, best == nullptr ? nullptr : best + start);
+                         batch.weight + start, q, best == nullptr ? nullptr : best + start,
+                         probability == nullptr ? nullptr : probability + start);
     if (gradient == nullptr) continue;
     for (int channel = 0; channel < num_channels; channel += kHidden) {
       const float* outputs = work.outputs.data() + channel;
@@ -352,10 +354,12 @@ void set_to_zero(const Batch& batch, const Network& gradient, Workspace& work) {
 
 }  // namespace
 
-// The weighted sum of the rows' losses. `gradient` may be null: then none is computed. `best` may
-// be null; otherwise it gets, for each row, the highest channel, counted from its group's first.
+// The weighted sum of the rows' losses. `gradient` may be null: then none is computed. `best` and
+// `probability` may be null; otherwise they get, for each row, the highest channel, counted from its
+// group's first, and the probability of the right one.
 extern "C" double loss_and_gradient(const Batch* batch, const Network* network,
-                                    const Network* gradient, float q, int32_t* best) {
+                                    const Network* gradient, float q, int32_t* best,
+                                    float* probability) {
   [[maybe_unused]] const TinyNumbersAreZero mode;
   static thread_local Workspace work;
   work.resize(*batch);
@@ -363,7 +367,7 @@ extern "C" double loss_and_gradient(const Batch* batch, const Network* network,
   run_hidden_layers(*batch, *network, work);
   double loss = 0.0;
   for (int group = 0; group < batch->num_groups; ++group)
-    loss += run_group(*batch, group, *network, gradient, q, best, work);
+    loss += run_group(*batch, group, *network, gradient, q, best, probability, work);
   if (gradient != nullptr) go_back_through_hidden_layers(*batch, *network, *gradient, work);
   return loss;
 }

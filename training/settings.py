@@ -55,6 +55,9 @@ class StudentSettings:
     revive_every: int = 1000
     revive_begin: float = 0.03
     revive_end: float = 0.06
+    # After these steps, and where the seeds have been compared, molecules are dealt anew into fewer
+    # groups without most of the atoms that the network learns nothing from (0: never).
+    sift_every: int = 0
     momentum: float = 0.95
     second_momentum: float = 0.95
     # What is added to the scale of each gradient, as a share of the largest one. The gradients of an
@@ -89,9 +92,10 @@ SEEDS = tuple(range(1, 25))
 # In the order in which they are trained: the longest first, so that two processes end together.
 # Boron and iodine have one type each and nothing to learn.
 STUDENTS = {
-    6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 8), (40000, 1)), groups=960,
-                       published_groups=16, rate=0.03, averaging=0.9993, least_scale=0.0,
-                       sort_eigenvectors=False, report_every=20000),
+    6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 8), (40000, 2), (350000, 1)),
+                       groups=960, published_groups=16, rate=0.03, averaging=0.9993,
+                       least_scale=0.0, sort_eigenvectors=False, sift_every=50000,
+                       report_every=20000),
     1: StudentSettings(steps=100000, seeds=SEEDS[:12], rounds=((3000, 1),), groups=240),
     7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
@@ -112,7 +116,8 @@ FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(),
 def trial_of(settings):
     """The same in small, to see in minutes that everything runs. Its networks are of no use."""
     students = {element: replace(student, steps=min(student.steps, 50), groups=2, report_every=25,
-                                 revive_every=10, seeds=student.seeds[:3],
+                                 revive_every=10, sift_every=min(student.sift_every, 15),
+                                 seeds=student.seeds[:3],
                                  rounds=((10, 2), (20, 1)) if student.rounds else ())
                 for element, student in settings.students.items()}
     return replace(settings, students=students, published_limit=300, drug_like_limit=600,

@@ -17,10 +17,11 @@ import numpy as np
 
 from folding import empty_network, folded
 from idle_channels import idle_channel, revive
-from molecules import (DRUG_LIKE, DRUG_LIKE_VARIANT, NO_LABEL, PUBLISHED_SETS, SPECIAL, TRAIN,
-                       VALIDATION, VARIANT, tables)
+from molecules import (DRUG_LIKE, DRUG_LIKE_VARIANT, NO_LABEL, PUBLISHED_SETS, RING_CLASSES,
+                       SPECIAL, TRAIN, VALIDATION, VARIANT, tables)
 from optimiser import Soap
 from settings import add_arguments, settings_of
+from sieve import Sieve
 from surroundings import (HIDDEN_CHANNELS, HOPS, Batch, load_surroundings,
                           surroundings_path)
 
@@ -58,7 +59,9 @@ class Lessons:
                                   (DRUG_LIKE_VARIANT, settings.drug_like_variant_share))]
         # Dealt alike for all seeds: they differ in the start of the network only.
         self._deal = np.random.default_rng(0).permutation(atoms.num_molecules())
-        self.batches = [self._batch(group, settings) for group in range(settings.groups)]
+        self._settings = settings
+        self._kinds = self._kinds_of_atoms()
+        self.batches = [self._batch(group, settings.groups) for group in range(settings.groups)]
         self._shown = [("validation", *self._evaluated(atoms.sources == VALIDATION)),
                        ("train", *self._evaluated(atoms.sources == TRAIN)),
                        ("drug-like", *self._evaluated(atoms.held_out()))]
@@ -67,7 +70,40 @@ class Lessons:
         molecules = self._surroundings.atoms.molecules[atoms]
         return atoms[self._deal[molecules] % groups == group % groups]
 
-    def _batch(self, group, settings):
+    @staticmethod
+    def _sifted(sieve, atoms, weights, group, groups):
+        passing = sieve.passing(atoms, group, groups)
+        return atoms[passing], weights[passing] / sieve.shares(atoms[passing])
+
+    def _kinds_of_atoms(self):
+        """Numbers the atoms; those with the same surroundings, ring class and label alike."""
+        atoms, labelled = self._surroundings.atoms, self._labelled
+        key = self._surroundings.classes[2].astype(np.int64)
+        for column, size in ((atoms.rings, max(RING_CLASSES) + 1),
+                             (atoms.labels, len(tables.names[self._element]))):
+            key = key * size + column
+        kinds = np.zeros(len(key), np.int32)
+        kinds[labelled] = np.unique(key[labelled], return_inverse=True)[1]
+        return kinds
+
+    def sifted(self, network, q, random):
+        """Fewer batches of about the same size, with what the network can still learn from.
+
+        q is the exponent of the loss. The expected gradient is the same as without a sieve.
+        """
+        probabilities = np.zeros(self._kinds.max() + 1, np.float32)
+        for batch in self.batches:
+            probabilities[self._kinds[batch.atoms]] = batch.probabilities(network)
+        sieve = Sieve(self._kinds, probabilities, q, random)
+        rows = sum(len(batch.atoms) for batch in self.batches)
+        left = sum(sieve.shares(batch.atoms).sum() for batch in self.batches)
+        # A multiple, so that each group of published molecules is in as many batches.
+        published = self._settings.published_groups
+        groups = published * max(1, round(len(self.batches) / published * left / rows))
+        return [self._batch(group, groups, sieve) for group in range(groups)]
+
+    def _batch(self, group, groups, sieve=None):
+        settings = self._settings
         special = self._surroundings.atoms.sources[self._published] == SPECIAL
         published = np.concatenate([
             self._of_group(self._published[~special], group, settings.published_groups),
@@ -76,10 +112,13 @@ class Lessons:
         weights[len(published) - np.count_nonzero(special):] = settings.special_weight
         parts = [(published, weights, settings.published_share)]
         for atoms, share in self._others:
-            atoms = self._of_group(atoms, group, settings.groups)
+            atoms = self._of_group(atoms, group, groups)
             parts.append((atoms, np.ones(len(atoms)), share))
         parts = [(atoms, weights * (share / weights.sum())) for atoms, weights, share in parts
                  if len(atoms)]
+        if sieve is not None:
+            parts = [self._sifted(sieve, atoms, weights, group, groups)
+                     for atoms, weights in parts]
         if not parts:
             raise ValueError(f"no atoms of element {self._element} in group {group}: fewer groups")
         return Batch(self._surroundings, self._element, *map(np.concatenate, zip(*parts)))
@@ -127,12 +166,13 @@ class Run:
         self._optimiser = Soap(self._network, settings.momentum, settings.second_momentum,
                                settings.least_scale, settings.sort_eigenvectors)
         self._step = 0
-        self._order = None
+        self._batches, self._order = None, []
         self._losses = []
         self._seconds = 0.0
 
     def train_to(self, last_step):
         begin = time.time()
+        self._choose_batches()
         while self._step < last_step:
             self._make_step()
             if self._step % self._settings.report_every == 0:
@@ -142,6 +182,7 @@ class Run:
                       f"{self._lessons.accuracy(self.average)}", flush=True)
                 self._losses.clear()
         self._seconds += time.time() - begin
+        self._batches = None  # They take much memory.
 
     def loss(self):
         """The mean loss of the averaged network over all batches, as it counts at the end."""
@@ -152,14 +193,16 @@ class Run:
         return exponent(self._settings, self._step / self._settings.steps)
 
     def _make_step(self):
-        settings, batches = self._settings, self._lessons.batches
-        if self._step % settings.groups == 0:
-            self._order = self._random.permutation(settings.groups)
+        settings = self._settings
+        if settings.sift_every and self._step and self._step % settings.sift_every == 0:
+            self._choose_batches()
+        if not len(self._order):
+            self._order = self._random.permutation(len(self._batches))
         done = self._step / settings.steps
         if (self._step % settings.revive_every == 0
                 and settings.revive_begin <= done < settings.revive_end):
             self._revive_idle_channels()
-        batch = batches[self._order[self._step % settings.groups]]
+        batch, self._order = self._batches[self._order[-1]], self._order[:-1]
         loss, gradient = batch.loss_and_gradient(self._network, self._exponent())
         self._losses.append(loss)
         rise = min(1.0, (self._step + 1) / settings.rate_rise_steps)
@@ -169,6 +212,12 @@ class Run:
         for slow, fast in zip(self.average, self._network):
             slow += share * (fast - slow)
         self._step += 1
+
+    def _choose_batches(self):
+        self._batches, self._order = self._lessons.batches, []
+        if self._settings.sift_every and self._step:
+            self._batches = self._lessons.sifted(self.average, self._exponent(), self._random)
+            print(f"seed {self.seed}, step {self._step}: sifted into {len(self._batches)} batches")
 
     def _revive_idle_channels(self):
         batches = self._lessons.some_batches(REVIVING_BATCHES, self._random)

@@ -183,7 +183,8 @@ def _kernel():
     function = kernels.load("network_kernel").loss_and_gradient
     function.restype = ctypes.c_double
     function.argtypes = [ctypes.POINTER(_Batch), ctypes.POINTER(_Network),
-                         ctypes.POINTER(_Network), ctypes.c_float, ctypes.c_void_p]
+                         ctypes.POINTER(_Network), ctypes.c_float, ctypes.c_void_p,
+                         ctypes.c_void_p]
     return function
 
 
@@ -275,7 +276,7 @@ class Batch:
         gradient = [np.empty_like(array) for array in padded]
         loss = self._function(ctypes.byref(self._record),
                               ctypes.byref(self._network_record(padded)),
-                              ctypes.byref(self._network_record(gradient)), q, None)
+                              ctypes.byref(self._network_record(gradient)), q, None, None)
         return loss, self._unpadded(gradient)
 
     def layer_inputs(self, network, layer):
@@ -288,15 +289,24 @@ class Batch:
     def loss(self, network, q):
         padded = self._padded(network)
         return self._function(ctypes.byref(self._record),
-                              ctypes.byref(self._network_record(padded)), None, q, None)
+                              ctypes.byref(self._network_record(padded)), None, q, None,
+                              None)
 
     def is_right(self, network):
         """For each row whether the network gives its label."""
         padded = self._padded(network)
         best = np.empty(len(self.atoms), np.int32)
         self._function(ctypes.byref(self._record), ctypes.byref(self._network_record(padded)), None,
-                       0.0, kernels.address(best, np.int32))
+                       0.0, kernels.address(best, np.int32), None)
         return best == self._labels
+
+    def probabilities(self, network):
+        """For each row the probability of its label."""
+        padded = self._padded(network)
+        probabilities = np.empty(len(self.atoms), np.float32)
+        self._function(ctypes.byref(self._record), ctypes.byref(self._network_record(padded)), None,
+                       0.0, None, kernels.address(probabilities, np.float32))
+        return probabilities
 
 
 def outputs(surroundings, network, classes):
