@@ -36,7 +36,8 @@ try:
 except ImportError:
     np = None
 
-from write_weights import HOPS, NETWORKS, layer_shapes, networks_of_json, number_of_weights
+from write_weights import (DECIMALS, HOPS, NETWORKS, layer_shapes, networks_of_json,
+                           number_of_weights)
 
 SKIPPED = 77
 SOURCES = Path(__file__).resolve().parent.parent / "src"
@@ -53,8 +54,8 @@ def read_networks(path):
     if path.suffix == ".json":
         networks = networks_of_json(json.loads(path.read_text(encoding="utf-8")))
         # Rounded as the program gets them.
-        return {element: [([np.round(np.array(w, dtype=float), 8) for w in layer[:HOPS]],
-                           np.round(np.array(layer[HOPS], dtype=float), 8)) for layer in layers]
+        return {element: [([np.round(np.array(w, dtype=float), DECIMALS) for w in layer[:HOPS]],
+                           np.round(np.array(layer[HOPS], dtype=float), DECIMALS)) for layer in layers]
                 for element, layers in networks.items()}
     text = without_comments(path.read_text(encoding="utf-8"))
     body = re.search(r"kAtomTyperWeights\[\w*\] = \{(.*?)\};", text, re.DOTALL).group(1)
@@ -238,6 +239,8 @@ def main():
     parser.add_argument("--reference", type=Path, help="the file of probabilities to write")
     parser.add_argument("--check", action="store_true", help="compare with it, write nothing")
     arguments = parser.parse_args()
+    if arguments.check and not arguments.reference:
+        parser.error("--check needs --reference")
     if np is None:
         print("numpy is not there: nothing is evaluated, skipped")
         return SKIPPED

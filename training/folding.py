@@ -7,10 +7,9 @@ rows of the weights are the three hops, one after the other.
 import numpy as np
 
 from molecules import RING_CLASSES, allowed_types
-from surroundings import HIDDEN_CHANNELS, HOPS, outputs
-from write_weights import NETWORKS
+from surroundings import outputs
+from write_weights import DECIMALS, HIDDEN_CHANNELS, HOPS, NETWORKS
 
-DECIMALS = 8
 BALANCING_ROUNDS = 20
 WIDEST_OUTPUTS = 50.0  # far from 700, where exponentials end
 
@@ -44,9 +43,9 @@ def balanced(network):
 
 
 def output_range(surroundings, element, network):
-    """Over all atoms of the element, of an atom's highest output among the types that it may get: the
-    least, and the most that an output of another type lies above it."""
-    atoms = np.flatnonzero(surroundings.atoms.elements == element)
+    """Over the atoms of the element to train with, of an atom's highest output among the types that it
+    may get: the least, and the most that an output of another type lies above it."""
+    atoms = np.flatnonzero((surroundings.atoms.elements == element) & surroundings.in_training)
     rings, classes = surroundings.atoms.rings[atoms], surroundings.classes[2][atoms]
     least, most_above = np.inf, 0.0
     for ring_class in RING_CLASSES:

@@ -6,7 +6,7 @@ one. A network of 16 channels is too small to leave any of them idle.
 
 import numpy as np
 
-from surroundings import HIDDEN_CHANNELS, HOPS
+from write_weights import HIDDEN_CHANNELS, HOPS
 
 IDLE = 0.05       # of the loss: a channel that lowers it by less does nothing worth keeping
 CANDIDATES = 32

@@ -1,8 +1,10 @@
 """Builds and loads the C++ kernels of the training."""
 
 import ctypes
+import functools
 import hashlib
 import os
+import platform
 import shutil
 import subprocess
 import tempfile
@@ -35,10 +37,15 @@ def command(source, library):
     return [compiler(), *OPTIONS, *includes, str(source), "-o", str(library)]
 
 
+@functools.lru_cache(maxsize=None)
 def load(name):
-    """The library of the source file `name`; built first if it is not there as it should be."""
+    """The library of the source file `name`; built first if it is not there as it should be.
+
+    Changes of the source while a training runs leave it with the library that it began with.
+    """
     source = SOURCES / f"{name}.cpp"
-    key = hashlib.sha256(source.read_bytes() + repr(command(source, "")).encode()).hexdigest()[:16]
+    made_by = repr((command(source, ""), platform.node(), platform.machine()))
+    key = hashlib.sha256(source.read_bytes() + made_by.encode()).hexdigest()[:16]
     library = build_folder() / f"{name}-{key}.so"
     if not library.exists():
         library.parent.mkdir(parents=True, exist_ok=True)

@@ -164,9 +164,9 @@ double loss_of_rows(float* outputs, int rows, int num_channels, const int32_t* l
   Numbers slope = weight;
   double loss = 0.0;
   if (q > 0.0f) {
-    const Numbers power = (q * log_probability).exp();
-    loss = ((1.0f - power) * weight).cast<double>().sum() / q;
-    slope *= power;
+    const Numbers exponents = q * log_probability;
+    loss = -(exponents.expm1() * weight).cast<double>().sum() / q;
+    slope *= exponents.exp();
   } else {
     loss = -(log_probability * weight).cast<double>().sum();
   }

@@ -12,13 +12,6 @@ EPSILON = 1e-8
 BASIS_EVERY = 10  # steps between two updates of the eigenvectors
 
 
-def _product(*matrices):
-    result = matrices[0]
-    for matrix in matrices[1:]:
-        result = result @ matrix
-    return result
-
-
 class _State:
     """What is kept for one matrix."""
 
@@ -30,10 +23,10 @@ class _State:
         self.variance = np.zeros_like(gradient)  # of the turned gradients
 
     def turned(self, matrix):
-        return _product(self.left_basis.T, matrix, self.right_basis)
+        return self.left_basis.T @ matrix @ self.right_basis
 
     def turned_back(self, matrix):
-        return _product(self.left_basis, matrix, self.right_basis.T)
+        return self.left_basis @ matrix @ self.right_basis.T
 
     def follow_basis(self, sort):
         """One step of the power iteration brings the old eigenvectors to the new averages.

@@ -40,7 +40,8 @@ def check_computed(objects, molecules):
     for data, computed in zip(objects, evaluation_form(molecules)):
         for key in ("ring", "unreachable"):
             if computed[key] != data.get(key, []):
-                raise ValueError(f"{key} of {data['name']} is {computed[key]}, not {data[key]}")
+                raise ValueError(f"{key} of {data['name']} is {computed[key]}, "
+                                 f"not {data.get(key, [])}")
 
 
 def packed_molecules(path):

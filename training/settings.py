@@ -32,7 +32,8 @@ class StudentSettings:
     # network this small does not forget where it began.
     rounds: tuple = ()
     # Molecules without published types are dealt into as many groups, one of which is in each step;
-    # those with published types into fewer. Special molecules are in every step.
+    # those with published types into fewer, of which the former is a multiple. Special molecules are
+    # in every step.
     groups: int = 32
     published_groups: int = 4
     # Shares of the sources in the loss; the atoms of a source have equal weights but those of
@@ -50,12 +51,13 @@ class StudentSettings:
     rate: float = 0.06
     rate_rise_steps: int = 100
     averaging: float = 0.998  # of the weights, at each step
-    # Hidden channels found idle get a new start, every so many steps between two fractions of them.
+    # Hidden channels found idle get a new start, every so many steps between two fractions of them:
+    # in long trainings, that is.
     # Not for long: where the last one is of little use, new ones would disturb the others for ever.
     revive_every: int = 1000
     revive_begin: float = 0.03
     revive_end: float = 0.06
-    # After these steps, and where the seeds have been compared, molecules are dealt anew into fewer
+    # Every so many steps, and where the seeds have been compared, molecules are dealt anew into fewer
     # groups without most of the atoms that the network learns nothing from (0: never).
     sift_every: int = 0
     momentum: float = 0.95
@@ -100,10 +102,10 @@ STUDENTS = {
     7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     16: StudentSettings(steps=8000, groups=20, rate=0.03),
-    9: StudentSettings(steps=5000, groups=10, seeds=SEEDS[:6], rate=0.03),
-    17: StudentSettings(steps=5000, groups=10, seeds=SEEDS[:6], rate=0.03),
-    35: StudentSettings(steps=5000, groups=5, seeds=SEEDS[:6], rate=0.03),
-    15: StudentSettings(steps=5000, groups=5, seeds=SEEDS[:6], rate=0.03),
+    9: StudentSettings(steps=5000, groups=12, seeds=SEEDS[:6], rate=0.03),
+    17: StudentSettings(steps=5000, groups=12, seeds=SEEDS[:6], rate=0.03),
+    35: StudentSettings(steps=5000, groups=4, seeds=SEEDS[:6], rate=0.03),
+    15: StudentSettings(steps=5000, groups=4, seeds=SEEDS[:6], rate=0.03),
     5: StudentSettings(steps=0),
     53: StudentSettings(steps=0),
 }
@@ -114,10 +116,10 @@ FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(),
 
 
 def trial_of(settings):
-    """The same in small, to see in minutes that everything runs. Its networks are of no use."""
-    students = {element: replace(student, steps=min(student.steps, 50), groups=2, report_every=25,
-                                 revive_every=10, sift_every=min(student.sift_every, 15),
-                                 seeds=student.seeds[:3],
+    """The same in small, to see that everything runs. Its networks are of no use."""
+    students = {element: replace(student, steps=min(student.steps, 50), groups=2,
+                                 published_groups=2, report_every=25, revive_every=1,
+                                 sift_every=min(student.sift_every, 15), seeds=student.seeds[:3],
                                  rounds=((10, 2), (20, 1)) if student.rounds else ())
                 for element, student in settings.students.items()}
     return replace(settings, students=students, published_limit=300, drug_like_limit=600,

@@ -22,8 +22,8 @@ from molecules import (DRUG_LIKE, DRUG_LIKE_VARIANT, NO_LABEL, PUBLISHED_SETS, R
 from optimiser import Soap
 from settings import add_arguments, settings_of
 from sieve import Sieve
-from surroundings import (HIDDEN_CHANNELS, HOPS, Batch, load_surroundings,
-                          surroundings_path)
+from surroundings import Batch, load_surroundings, surroundings_path
+from write_weights import HIDDEN_CHANNELS, HOPS
 
 REVIVING_BATCHES = 6
 # Standard deviations of the numbers that a network starts with.
@@ -57,7 +57,10 @@ class Lessons:
             for source, share in ((DRUG_LIKE, settings.drug_like_share),
                                   (VARIANT, settings.variant_share),
                                   (DRUG_LIKE_VARIANT, settings.drug_like_variant_share))]
-        # Dealt alike for all seeds: they differ in the start of the network only.
+        if settings.groups % settings.published_groups:
+            raise ValueError(f"element {element}: {settings.groups} groups, which is no multiple of "
+                             f"the {settings.published_groups} of published molecules")
+        # Dealt alike for all seeds.
         self._deal = np.random.default_rng(0).permutation(atoms.num_molecules())
         self._settings = settings
         self._kinds = self._kinds_of_atoms()
@@ -71,7 +74,7 @@ class Lessons:
         return atoms[self._deal[molecules] % groups == group % groups]
 
     @staticmethod
-    def _sifted(sieve, atoms, weights, group, groups):
+    def _let_through(sieve, atoms, weights, group, groups):
         passing = sieve.passing(atoms, group, groups)
         return atoms[passing], weights[passing] / sieve.shares(atoms[passing])
 
@@ -86,7 +89,7 @@ class Lessons:
         kinds[labelled] = np.unique(key[labelled], return_inverse=True)[1]
         return kinds
 
-    def sifted(self, network, q, random):
+    def sifted_batches(self, network, q, random):
         """Fewer batches of about the same size, with what the network can still learn from.
 
         q is the exponent of the loss. The expected gradient is the same as without a sieve.
@@ -103,6 +106,7 @@ class Lessons:
         return [self._batch(group, groups, sieve) for group in range(groups)]
 
     def _batch(self, group, groups, sieve=None):
+        """The weights are those without a sieve, which then makes up for what it keeps back."""
         settings = self._settings
         special = self._surroundings.atoms.sources[self._published] == SPECIAL
         published = np.concatenate([
@@ -117,7 +121,7 @@ class Lessons:
         parts = [(atoms, weights * (share / weights.sum())) for atoms, weights, share in parts
                  if len(atoms)]
         if sieve is not None:
-            parts = [self._sifted(sieve, atoms, weights, group, groups)
+            parts = [self._let_through(sieve, atoms, weights, group, groups)
                      for atoms, weights in parts]
         if not parts:
             raise ValueError(f"no atoms of element {self._element} in group {group}: fewer groups")
@@ -172,7 +176,6 @@ class Run:
 
     def train_to(self, last_step):
         begin = time.time()
-        self._choose_batches()
         while self._step < last_step:
             self._make_step()
             if self._step % self._settings.report_every == 0:
@@ -194,7 +197,8 @@ class Run:
 
     def _make_step(self):
         settings = self._settings
-        if settings.sift_every and self._step and self._step % settings.sift_every == 0:
+        if (self._batches is None
+                or settings.sift_every and self._step % settings.sift_every == 0):
             self._choose_batches()
         if not len(self._order):
             self._order = self._random.permutation(len(self._batches))
@@ -216,7 +220,7 @@ class Run:
     def _choose_batches(self):
         self._batches, self._order = self._lessons.batches, []
         if self._settings.sift_every and self._step:
-            self._batches = self._lessons.sifted(self.average, self._exponent(), self._random)
+            self._batches = self._lessons.sifted_batches(self.average, self._exponent(), self._random)
             print(f"seed {self.seed}, step {self._step}: sifted into {len(self._batches)} batches")
 
     def _revive_idle_channels(self):
@@ -250,7 +254,7 @@ def best_network(surroundings, element, settings):
     for last_step, num_left in (*student.rounds, (student.steps, 1)):
         for run in runs:
             run.train_to(last_step)
-        losses = {run: run.loss() for run in runs}
+        losses = {run: np.nan_to_num(run.loss(), nan=np.inf) for run in runs}
         runs.sort(key=losses.get)
         for run in runs:
             print(f"step {last_step}, seed {run.seed}: loss {losses[run]:.5f}", flush=True)
@@ -268,7 +272,7 @@ def main():
     arguments = parser.parse_args()
 
     settings = settings_of(arguments)
-    surroundings = load_surroundings(surroundings_path(arguments.work))
+    surroundings = load_surroundings(surroundings_path(arguments.work), settings.with_validation)
     network = best_network(surroundings, arguments.element, settings)
     np.savez(student_path(arguments.work, arguments.element), *network)
     return 0

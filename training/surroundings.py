@@ -13,10 +13,10 @@ import ctypes
 import numpy as np
 
 import kernels
-from molecules import RING_CLASSES, allowed_types, load_atoms, tables
+from integer_hash import odd_factor
+from molecules import RING_CLASSES, VALIDATION, allowed_types, load_atoms, tables
+from write_weights import HIDDEN_CHANNELS, HOPS
 
-HIDDEN_CHANNELS = 16
-HOPS = 3
 CHANNEL_PADDING = 16        # channels of a ring class are filled up to a multiple, for the kernel
 UNUSED_BIAS = np.float32(-1e9)
 CLASS_SEED = 0
@@ -54,22 +54,24 @@ def _classes(columns):
     for column in columns:
         # Equal sums may differ in the last digits when their terms came in another order.
         numbers = np.round(column * 1e7).astype(np.int64).view(np.uint64)
-        numbers = (numbers ^ (numbers >> np.uint64(29))) * _odd(mixer)
-        key = (key + numbers) * _odd(mixer)
+        numbers = (numbers ^ (numbers >> np.uint64(29))) * odd_factor(mixer)
+        key = (key + numbers) * odd_factor(mixer)
         key ^= key >> np.uint64(31)
     _, examples, classes = np.unique(key, return_index=True, return_inverse=True)
     return classes.astype(np.int32), examples.astype(np.int32)
 
 
-def _odd(random):
-    return np.uint64(random.integers(1, 2**63, dtype=np.uint64) * 2 + 1)
-
-
 class Surroundings:
-    """The classes of all atoms; `classes[k]` and `examples[k]` belong to layer k + 1."""
+    """The classes of all atoms; `classes[k]` and `examples[k]` belong to layer k + 1.
 
-    def __init__(self, atoms, classes=None, examples=None):
+    `in_training` tells the atoms that the networks may be fitted to, and their inputs whitened with.
+    """
+
+    def __init__(self, atoms, classes=None, examples=None, with_validation=True):
         self.atoms = atoms
+        self.in_training = ~atoms.held_out()
+        if not with_validation:
+            self.in_training &= atoms.sources != VALIDATION
         self.adjacency = Adjacency(atoms.neighbours())
         own = atoms.elements.astype(float)
         hop1 = self.adjacency.product(own)
@@ -78,7 +80,7 @@ class Surroundings:
         if classes is None:
             self._find_classes(inputs)
         self.inputs = inputs[self.examples[0]]  # one row for each class of the first layer
-        self._counts = np.bincount(self.classes[0])
+        self._counts = np.bincount(self.classes[0][self.in_training], minlength=len(self.inputs))
 
     def _find_classes(self, inputs):
         random = np.random.default_rng(CLASS_SEED)
@@ -109,11 +111,14 @@ def surroundings_path(work):
     return work / "surroundings.npz"
 
 
-def load_surroundings(path):
+def load_surroundings(path, with_validation):
+    """The surroundings in a file of `Surroundings.save`."""
     with np.load(path) as arrays:
         return Surroundings(load_atoms(arrays), [arrays[f"classes{k}"] for k in range(3)],
-                            [arrays[f"examples{k}"] for k in range(3)])
+                            [arrays[f"examples{k}"] for k in range(3)], with_validation)
 
+
+# Laid out as the records in network_kernel.cpp.
 
 class _SparseRows(ctypes.Structure):
     _fields_ = [("first", ctypes.c_void_p), ("source", ctypes.c_void_p),
@@ -266,18 +271,21 @@ class Batch:
         bias3[self._types] = gradient[5][self._channels]
         return [*gradient[:4], weights3, bias3]
 
-    @staticmethod
-    def _network_record(arrays):
-        return _Network(*(kernels.address(array, np.float32) for array in arrays))
+    def _run(self, padded, q, gradient=None, best=None, probabilities=None):
+        """The loss. The arrays given get what the kernel finds."""
+        def record_of(arrays):
+            return ctypes.byref(_Network(*(kernels.address(array, np.float32) for array in arrays)))
+        return self._function(
+            ctypes.byref(self._record), record_of(padded),
+            None if gradient is None else record_of(gradient), q,
+            None if best is None else kernels.address(best, np.int32),
+            None if probabilities is None else kernels.address(probabilities, np.float32))
 
     def loss_and_gradient(self, network, q):
         """The weighted sum of the rows' losses and its gradient, six arrays like the network's."""
         padded = self._padded(network)
         gradient = [np.empty_like(array) for array in padded]
-        loss = self._function(ctypes.byref(self._record),
-                              ctypes.byref(self._network_record(padded)),
-                              ctypes.byref(self._network_record(gradient)), q, None, None)
-        return loss, self._unpadded(gradient)
+        return self._run(padded, q, gradient=gradient), self._unpadded(gradient)
 
     def layer_inputs(self, network, layer):
         """What a layer multiplies with its weights, for each of its rows. Layers count from 0."""
@@ -287,30 +295,24 @@ class Batch:
         return self._layer2.gathered(hidden)
 
     def loss(self, network, q):
-        padded = self._padded(network)
-        return self._function(ctypes.byref(self._record),
-                              ctypes.byref(self._network_record(padded)), None, q, None,
-                              None)
+        return self._run(self._padded(network), q)
 
     def is_right(self, network):
         """For each row whether the network gives its label."""
-        padded = self._padded(network)
         best = np.empty(len(self.atoms), np.int32)
-        self._function(ctypes.byref(self._record), ctypes.byref(self._network_record(padded)), None,
-                       0.0, kernels.address(best, np.int32), None)
+        self._run(self._padded(network), 0.0, best=best)
         return best == self._labels
 
     def probabilities(self, network):
         """For each row the probability of its label."""
-        padded = self._padded(network)
         probabilities = np.empty(len(self.atoms), np.float32)
-        self._function(ctypes.byref(self._record), ctypes.byref(self._network_record(padded)), None,
-                       0.0, None, kernels.address(probabilities, np.float32))
+        self._run(self._padded(network), 0.0, probabilities=probabilities)
         return probabilities
 
 
 def outputs(surroundings, network, classes):
-    """Yields (classes, outputs) in double precision for some classes of the last layer.
+    """Yields (classes, outputs) for some classes of the last layer, in double precision but for the
+    weights of the hops.
 
     The network is as for `Batch`, but takes the inputs as they are.
     """

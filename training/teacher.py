@@ -261,7 +261,10 @@ def load(path, settings):
 
 
 def label(atoms, teachers, confidence):
-    """Sets the labels that the teachers agree on; what they think less probable stays without."""
+    """Sets the labels with the highest mean probability of the teachers, where it reaches the confidence.
+
+    The hydrogens of an atom get one label: published ones differ there in rare cases only.
+    """
     torch.set_num_threads(1)
     graph = HeavyGraph(atoms)
     size = len(graph.atoms)

@@ -1,16 +1,17 @@
-"""Molecules made from others by edits that keep all valences.
+"""Molecules made from others by edits.
 
 The molecules with published types are few, and most chemistry around their atoms occurs once. Edits
 put the same groups next to other ones: swapping an element, replacing a hydrogen or an end,
 lengthening and shortening chains, closing and opening rings, turning aromatic rings into others,
 joining molecules. Bond orders are unknown: an edit looks at neighbours, hydrogens and rings only.
-Now and then a variant is no likely compound. The teacher then has its doubts, and what it doubts is
-not used.
+Where that leaves atoms with too few or too many bonds, the variant is dropped. Not all others are
+likely compounds, but the teachers' doubts about them leave atoms without a label.
 """
 
 import random
 
-H, B, C, N, O, F, P, S, CL, BR, I = 1, 5, 6, 7, 8, 9, 15, 16, 17, 35, 53
+from valences import BR, C, CL, F, H, I, N, O, P, S, is_in_order
+
 SYMBOLS = {"C": C, "N": N, "O": O, "F": F, "P": P, "S": S, "Cl": CL, "Br": BR, "I": I}
 HETERO = (N, O, F, S, CL, BR, I)
 
@@ -98,7 +99,7 @@ SWAPS = {
     (O, 1, 0): ((S, 0), (N, 1), (C, 2)),
     (S, 1, 0): ((O, 0),),
     # ammonium
-    (N, 4, 1): ((C, 0),), (N, 4, 2): ((C, 1),), (N, 4, 3): ((C, 2),)}
+    (N, 4, 1): ((C, 1),), (N, 4, 2): ((C, 2),), (N, 4, 3): ((C, 3),)}
 ENDS = ((C, 4, 3), (N, 3, 2), (N, 4, 3), (O, 2, 1), (F, 1, 0), (CL, 1, 0), (BR, 1, 0))
 LINKS = ((C, 2), (C, 2), (N, 1), (O, 0))  # to lengthen a chain with: element, hydrogens
 
@@ -520,17 +521,31 @@ def variant_of(molecule, chance, partners, edit_counts):
     return molecule if made else None
 
 
+def _check_for(molecule):
+    """The strictest check of valences that the molecule itself passes."""
+    for charged_nitrogen in (False, True):
+        if is_in_order(molecule, charged_nitrogen):
+            return lambda variant: is_in_order(variant, charged_nitrogen)
+    return lambda variant: True
+
+
 def variants_of(graphs, partner_graphs, settings):
-    """Different variants of the molecules, all given as (atomic numbers, bonds)."""
+    """Variants of the molecules, all given as (atomic numbers, bonds).
+
+    None comes twice with its atoms in the same order, and none has impossible valences unless the
+    molecule that it was made from has some: a radical, say, or an unusual charge.
+    """
     chance = random.Random(settings.seed)
     partners = [EditedMolecule(elements, bonds) for elements, bonds in partner_graphs
                 if len(elements) in PARTNER_SIZES]
     seen, result = set(), []
     for elements, bonds in graphs:
         molecule = EditedMolecule(elements, bonds)
+        is_possible = _check_for(molecule)
         for _ in range(settings.per_molecule):
             variant = variant_of(molecule, chance, partners, settings.edit_counts)
-            if variant is None or not SMALLEST <= len(variant) <= LARGEST:
+            if (variant is None or not SMALLEST <= len(variant) <= LARGEST
+                    or not is_possible(variant)):
                 continue
             graph = variant.graph()
             if hash(graph) not in seen:

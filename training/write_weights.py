@@ -26,6 +26,7 @@ NETWORKS = ((1, "H", 25), (35, "Br", 4), (5, "B", 1), (6, "C", 58), (7, "N", 29)
             (9, "F", 5), (15, "P", 3), (16, "S", 10), (17, "Cl", 3), (53, "I", 1))
 HIDDEN_CHANNELS = 16
 HOPS = 3
+DECIMALS = 8  # of the numbers in the source file
 LINE_WIDTH = 100
 
 
@@ -43,7 +44,7 @@ def formatted(value):
     """A number with eight decimals; one that rounds to zero has no sign."""
     if not math.isfinite(value):
         raise ValueError(f"{value} cannot be a weight")
-    text = f"{value:.8f}"
+    text = f"{value:.{DECIMALS}f}"
     return "0.00000000" if float(text) == 0.0 else text
 
 
