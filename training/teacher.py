@@ -5,8 +5,9 @@
 
 DIR/atoms.npz must be there; train.py makes it and calls this.
 
-The teacher's graph has the heavy atoms only. Each knows its element, its hydrogens, its neighbours
-and the rings that it and its bonds lie in, and hears from its neighbours in each of several rounds.
+The teacher's graph has the heavy atoms only. Each knows its element, its hydrogens, its neighbours,
+the rings that it and its bonds lie in, and how its pi electrons are spread, and hears from its
+neighbours in each of several rounds.
 In the end one output types the atom, under the ring rule, and another all of its hydrogens.
 """
 
@@ -23,6 +24,7 @@ import torch
 
 from molecules import (DRUG_LIKE, NO_LABEL, PUBLISHED_SETS, RING_CLASSES, VALIDATION,
                        allowed_types, load_atoms, tables)
+from pi_electrons import pi_bond_orders
 from settings import add_arguments, settings_of
 
 HYDROGEN = 1
@@ -34,6 +36,7 @@ FIRST_OUTPUT = dict(zip(TYPED_ELEMENTS, np.cumsum(
 NUM_OUTPUTS = sum(len(tables.names[element]) for element in TYPED_ELEMENTS)
 NUM_HYDROGEN_OUTPUTS = len(tables.names[HYDROGEN])
 RING_SIZES = (3, 4, 5, 6, 7, 8)
+ORDER_STEPS = 20  # between no pi bond and a whole one
 MOST_HYDROGENS, MOST_NEIGHBOURS, MOST_RING_BONDS = 4, 6, 4
 FORBIDDEN = -1e9
 
@@ -76,13 +79,18 @@ class HeavyGraph:
         in_ring = np.zeros((size, len(RING_SIZES)), np.float32)
         for j, ring_size in enumerate(RING_SIZES):
             in_ring[self.row[self.bond_rings == ring_size], j] = 1.0
+        orders, lacking = pi_bond_orders(atoms.elements[self.atoms], neighbours.degrees[self.atoms],
+                                         self.row, self.column)
+        total_orders = np.bincount(self.row, orders, size)
+        self.bond_orders = np.rint(orders.clip(0.0, 1.0) * ORDER_STEPS).astype(np.int64)
         self.features = {
             "element": elements,
             "hydrogens": np.minimum(self.num_hydrogens, MOST_HYDROGENS),
             "neighbours": np.minimum(neighbours.degrees[self.atoms], MOST_NEIGHBOURS),
             "ring_bonds": np.minimum(ring_bonds, MOST_RING_BONDS),
             "ring_class": np.searchsorted(RING_CLASSES, atoms.rings[self.atoms]),
-            "in_ring": in_ring}
+            "in_ring": in_ring,
+            "pi": np.stack([lacking, total_orders], axis=1).astype(np.float32)}
 
         ends = np.arange(atoms.num_molecules() + 1)
         self.first_atom = np.searchsorted(self.molecules, ends)
@@ -100,6 +108,7 @@ class HeavyGraph:
         tensors["row"] = torch.from_numpy(self.row[bonds] + shift)
         tensors["column"] = torch.from_numpy(self.column[bonds] + shift)
         tensors["bond_ring"] = torch.from_numpy(self.bond_rings[bonds])
+        tensors["bond_order"] = torch.from_numpy(self.bond_orders[bonds])
         return tensors, rows
 
     def labels(self, atoms):
@@ -136,9 +145,13 @@ class Teacher(torch.nn.Module):
             "ring_bonds": nn.Embedding(MOST_RING_BONDS + 1, width),
             "ring_class": nn.Embedding(len(RING_CLASSES), width)})
         self.in_ring = nn.Linear(len(RING_SIZES), width)
+        self.pi = nn.Linear(2, width)
         self.norms = nn.ModuleList(nn.LayerNorm(width) for _ in range(layers))
         self.messages = nn.ModuleList(nn.Linear(width, width) for _ in range(layers))
-        self.bonds = nn.ModuleList(nn.Embedding(RING_SIZES[-1] + 1, width) for _ in range(layers))
+        self.bond_rings = nn.ModuleList(nn.Embedding(RING_SIZES[-1] + 1, width)
+                                        for _ in range(layers))
+        self.bond_orders = nn.ModuleList(nn.Embedding(ORDER_STEPS + 1, width)
+                                         for _ in range(layers))
         self.updates = nn.ModuleList(self._perceptron(width, width) for _ in range(layers))
         self.output = self._perceptron(width, NUM_OUTPUTS)
         self.hydrogen_output = self._perceptron(width, NUM_HYDROGEN_OUTPUTS)
@@ -150,13 +163,15 @@ class Teacher(torch.nn.Module):
                                    torch.nn.Linear(width, num_outputs))
 
     def forward(self, batch):
-        start = self.in_ring(batch["in_ring"])
+        start = self.in_ring(batch["in_ring"]) + self.pi(batch["pi"])
         for name, embedding in self.embeddings.items():
             start = start + embedding(batch[name])
         state = start
-        for norm, message, bond, update in zip(self.norms, self.messages, self.bonds, self.updates):
+        for norm, message, ring, order, update in zip(self.norms, self.messages, self.bond_rings,
+                                                      self.bond_orders, self.updates):
             calm = norm(state)
-            sent = torch.relu(message(calm)[batch["column"]] + bond(batch["bond_ring"]))
+            sent = torch.relu(message(calm)[batch["column"]] + ring(batch["bond_ring"])
+                              + order(batch["bond_order"]))
             heard = torch.zeros_like(state).index_add_(0, batch["row"], sent)
             state = state + update(torch.cat([calm, heard], dim=1))
         # An atom's own features stay in sight.
