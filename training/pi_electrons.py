@@ -1,7 +1,8 @@
-"""Bond orders of pi electrons, by the method of Hückel (Z. Phys. 70 (1931) 204).
+"""Bond orders of pi electrons (Coulson, Proc. R. Soc. A 169 (1939) 413), by the method of Hückel
+(Z. Phys. 70 (1931) 204).
 
-They follow from the bonds alone, with no choice among the ways to write double bonds: the six bonds
-of benzene come out alike, and unlike those of a quinone.
+They need no choice among the ways to write double bonds: the six bonds of benzene come out alike,
+and unlike those of a quinone. Of the two systems of a triple bond or a cumulene one is counted.
 """
 
 import numpy as np
@@ -10,18 +11,20 @@ B, C, N, O, S = 5, 6, 7, 8, 16
 
 # (element, neighbours) -> (electrons, Coulomb integral), the latter relative to carbon and in units
 # of the integral between two carbons: F. A. Van-Catledge, J. Org. Chem. 45 (1980) 4801. All other
-# atoms take no part. Charges are not known here: the nitrogen of a nitro group counts as if it had
-# a lone pair and each oxygen one electron, which makes the same number together.
+# atoms take no part. Charges are not known here, so all are counted as if they had none: the
+# nitrogen of a nitro group with a lone pair, each oxygen with one electron, which makes the same
+# number together.
 ATOMS = {
     (B, 3): (0, -0.45),
     (C, 1): (1, 0.0), (C, 2): (1, 0.0), (C, 3): (1, 0.0),
     (N, 1): (1, 0.51), (N, 2): (1, 0.51), (N, 3): (2, 1.37),
     (O, 1): (1, 0.97), (O, 2): (2, 2.09),
     (S, 1): (1, 0.46), (S, 2): (2, 1.11)}
-# Integrals between neighbours are about so large where one has a lone pair, and 1 elsewhere.
+# Integrals between neighbours, of which one has a lone pair, are 0.66 to 0.99 there. The others are
+# near 1, but for those of carbon with boron and with double-bonded sulphur (0.73 and 0.81).
 LONE_PAIR_INTEGRAL = 0.8
 SAME_ENERGY = 1e-6
-SOLVED_AT_ONCE = 4000  # systems, to keep memory low
+SOLVED_AT_ONCE = 4000  # systems; it bounds the memory that this takes beside the matrices
 
 
 def _lowest_connected(num_atoms, row, column):
@@ -36,16 +39,19 @@ def _lowest_connected(num_atoms, row, column):
         lowest = lower
 
 
-def _num_electrons(system, own, elements, num_end_oxygens):
+def _num_electrons(system, brought, elements, num_end_oxygens):
     """The electrons of each system, by the number of its lowest atom.
 
-    Carboxylates have one more than their atoms are counted with. An odd number elsewhere tells of a
-    cation where a nitrogen has a lone pair, as in imidazolium, and of an anion where none has.
+    Carboxylates have one more than their atoms bring. Where the number is odd then, there is a
+    charge, and which one is guessed: that of a cation where a nitrogen has a lone pair, as in
+    imidazolium, and of an anion elsewhere. This is wrong for one in sixteen of the published
+    molecules with such a system (aminophenolates, deprotonated imides), and where two charges make
+    the number even, nothing is seen of them.
     """
     def total(values):
         return np.bincount(system, values, len(system)).astype(int)
-    electrons = total(own) + total((elements == C) & (num_end_oxygens > 1))
-    has_lone_pair = total((elements == N) & (own == 2)) > 0
+    electrons = total(brought) + total((elements == C) & (num_end_oxygens > 1))
+    has_lone_pair = total((elements == N) & (brought == 2)) > 0
     return electrons + np.where(electrons % 2 == 0, 0, np.where(has_lone_pair, -1, 1))
 
 
@@ -69,25 +75,28 @@ def _densities(matrices, num_electrons):
 def pi_bond_orders(elements, degrees, row, column):
     """(order of each bond, electrons that each atom lacks), zeros outside of pi systems.
 
-    The degrees of the atoms count their hydrogens too, which need not be among them. Bonds lead from
-    row to column, and each comes in both directions.
+    An order is 1 for a whole pi bond and can be a little below 0. What an atom lacks of the
+    electrons that it brought is no charge, but the sum over a system is. The degrees of the atoms
+    count their hydrogens, too, which need not be among them. Bonds lead from row to column, and
+    each comes in both directions.
     """
-    own, integrals = np.zeros(len(elements), int), np.zeros(len(elements))
+    brought, integrals = np.zeros(len(elements), int), np.zeros(len(elements))
     takes_part = np.zeros(len(elements), bool)
     for (element, degree), values in ATOMS.items():
         chosen = (elements == element) & (degrees == degree)
-        own[chosen], integrals[chosen] = values
+        brought[chosen], integrals[chosen] = values
         takes_part |= chosen
     is_end_oxygen = (elements == O) & (degrees == 1)
     num_end_oxygens = np.bincount(row, is_end_oxygen[column], len(elements))
 
     bonds = np.flatnonzero(takes_part[row] & takes_part[column])
     first, second = row[bonds], column[bonds]
-    between = np.where((own[first] == 2) | (own[second] == 2), LONE_PAIR_INTEGRAL, 1.0)
+    has_lone_pair = brought == 2
+    bond_integrals = np.where(has_lone_pair[first] | has_lone_pair[second], LONE_PAIR_INTEGRAL, 1.0)
     system = _lowest_connected(len(elements), first, second)
-    num_electrons = _num_electrons(system, own, elements, num_end_oxygens)
+    num_electrons = _num_electrons(system, brought, elements, num_end_oxygens)
 
-    # Each atom's place among those of its system.
+    # Each atom's place among those of its system. Systems of one size are solved together.
     sizes = np.bincount(system, minlength=len(elements))
     by_system = np.argsort(system, kind="stable")
     place = np.empty(len(elements), int)
@@ -104,10 +113,10 @@ def pi_bond_orders(elements, degrees, row, column):
         bond_places = (number[system[first[chosen]]], place[first[chosen]], place[second[chosen]])
         matrices = np.zeros((len(systems), size, size))
         matrices[own_places] = integrals[atoms]
-        matrices[bond_places] = between[chosen]
+        matrices[bond_places] = bond_integrals[chosen]
         for begin in range(0, len(systems), SOLVED_AT_ONCE):
             part = slice(begin, begin + SOLVED_AT_ONCE)
             matrices[part] = _densities(matrices[part], num_electrons[systems[part]])
         orders[bonds[chosen]] = matrices[bond_places]
-        lacking[atoms] = own[atoms] - matrices[own_places]
+        lacking[atoms] = brought[atoms] - matrices[own_places]
     return orders, lacking

@@ -7,8 +7,8 @@ DIR/atoms.npz must be there; train.py makes it and calls this.
 
 The teacher's graph has the heavy atoms only. Each knows its element, its hydrogens, its neighbours,
 the rings that it and its bonds lie in, and how its pi electrons are spread, and hears from its
-neighbours in each of several rounds.
-In the end one output types the atom, under the ring rule, and another all of its hydrogens.
+neighbours in each of several rounds. In the end one output types the atom, under the ring rule, and
+another all of its hydrogens.
 """
 
 import argparse
@@ -36,7 +36,7 @@ FIRST_OUTPUT = dict(zip(TYPED_ELEMENTS, np.cumsum(
 NUM_OUTPUTS = sum(len(tables.names[element]) for element in TYPED_ELEMENTS)
 NUM_HYDROGEN_OUTPUTS = len(tables.names[HYDROGEN])
 RING_SIZES = (3, 4, 5, 6, 7, 8)
-ORDER_STEPS = 20  # between no pi bond and a whole one
+ORDER_STEPS = 20  # between no pi bond, or a negative order, and a whole one
 MOST_HYDROGENS, MOST_NEIGHBOURS, MOST_RING_BONDS = 4, 6, 4
 FORBIDDEN = -1e9
 
