@@ -50,12 +50,18 @@ PAIRS = (
 # name, elements, degrees, bonds, charge
 CHARGES = (
     ("acetate", [C, C, O, O], [4, 3, 1, 1], [(0, 1), (1, 2), (1, 3)], -1),
+    ("nitrate", [N, O, O, O], [3, 1, 1, 1], [(0, 1), (0, 2), (0, 3)], -1),
     ("guanidinium", [C] + [N] * 3, [3] * 4, [(0, 1), (0, 2), (0, 3)], 1),
     ("imidazolium", [N, C, N, C, C], [3] * 5, ring(5), 1),
     ("imidazole", [N, C, N, C, C], [3, 3, 2, 3, 3], ring(5), 0),
     ("thiophene", [S] + [C] * 4, [2] + [3] * 4, ring(5), 0),
+    ("pyrylium", [O] + [C] * 5, [2] + [3] * 5, ring(6), 1),
+    ("tropylium", [C] * 7, [3] * 7, ring(7), 1),
     ("cyclopentadienyl", [C] * 5, [3] * 5, ring(5), -1),
-    ("phenolate", [C] * 6 + [O], [3] * 6 + [1], ring(6) + [(0, 6)], -1),
+    ("allene", [C] * 3, [3, 2, 3], [(0, 1), (1, 2)], 0),
+    ("aminophenolate", [C] * 6 + [O, N], [3] * 6 + [1, 3], ring(6) + [(0, 6), (3, 7)], -1),
+    ("carboxypyridinium", [N] + [C] * 6 + [O, O], [3] * 7 + [1, 1],
+     ring(6) + [(3, 6), (6, 7), (6, 8)], 0),
     ("nitrobenzene", [C] * 6 + [N, O, O], [3] * 7 + [1, 1], ring(6) + [(0, 6), (6, 7), (6, 8)], 0))
 
 
@@ -95,22 +101,23 @@ def wrong_examples(function):
     return wrong
 
 
-def plain_electrons(system, elements, degrees, neighbours, brought):
-    """How many electrons a system holds."""
+def plain_electrons(system, elements, degrees, neighbours, brought, energies):
+    """How many electrons a system holds. Energies come with the highest orbital first."""
     electrons = sum(brought[i] for i in system)
     electrons += sum(elements[i] == C and [(elements[j], degrees[j]) for j in neighbours[i]].count(
         (O, 1)) > 1 for i in system)
     if electrons % 2 == 0:
         return electrons
-    is_cation = any(elements[i] == N and brought[i] == 2 for i in system)
-    return electrons - 1 if is_cation else electrons + 1
+    single = energies[-1 - electrons // 2]
+    if abs(single) < 1e-6:
+        return electrons
+    return electrons + 1 if single > 0 else electrons - 1
 
 
-def plain_density(matrix, electrons):
+def plain_density(energies, orbitals, electrons):
     """Electrons fill level after level."""
-    energies, orbitals = np.linalg.eigh(matrix)
-    density = np.zeros_like(matrix)
-    left = list(range(len(matrix)))
+    density = np.zeros_like(orbitals)
+    left = list(range(len(energies)))
     while electrons > 0:
         level = [k for k in left if abs(energies[k] - energies[left[-1]]) < 1e-6]
         left = left[:-len(level)]
@@ -141,8 +148,9 @@ def plain_values(atoms, elements, degrees, bonds):
         matrix = np.array([[kinds[i][1] if i == j else 0.0 if j not in neighbours[i]
                             else 0.8 if 2 in (brought[i], brought[j]) else 1.0
                             for j in system] for i in system])
-        electrons = plain_electrons(system, elements, degrees, neighbours, brought)
-        values = plain_density(matrix, electrons)
+        energies, orbitals = np.linalg.eigh(matrix)
+        electrons = plain_electrons(system, elements, degrees, neighbours, brought, energies)
+        values = plain_density(energies, orbitals, electrons)
         density.update({(i, j): values[a, b] for a, i in enumerate(system)
                         for b, j in enumerate(system)})
         for i in system:

@@ -42,17 +42,25 @@ def _lowest_connected(num_atoms, row, column):
 def _num_electrons(system, brought, elements, num_end_oxygens):
     """The electrons of each system, by the number of its lowest atom.
 
-    Carboxylates have one more than their atoms bring. Where the number is odd then, there is a
-    charge, and which one is guessed: that of a cation where a nitrogen has a lone pair, as in
-    imidazolium, and of an anion elsewhere. This is wrong for one in sixteen of the published
-    molecules with such a system (aminophenolates, deprotonated imides), and where two charges make
-    the number even, nothing is seen of them.
+    Carboxylates have one more than their atoms bring. Other charges show only where they make the
+    number odd, see _charged.
     """
     def total(values):
         return np.bincount(system, values, len(system)).astype(int)
-    electrons = total(brought) + total((elements == C) & (num_end_oxygens > 1))
-    has_lone_pair = total((elements == N) & (brought == 2)) > 0
-    return electrons + np.where(electrons % 2 == 0, 0, np.where(has_lone_pair, -1, 1))
+    return total(brought) + total((elements == C) & (num_end_oxygens > 1))
+
+
+def _charged(num_electrons, energies):
+    """The numbers of electrons once an orbital with a single one has been emptied or filled.
+
+    It is filled where it holds the atoms together, as in a phenolate, and emptied where it drives
+    them apart, as in imidazolium; where it does neither the electron stays alone. Energies are in
+    units of the integral between two carbons, the lowest orbital first.
+    """
+    single = np.take_along_axis(energies, (num_electrons // 2)[:, np.newaxis].clip(
+        max=energies.shape[1] - 1), axis=1)[:, 0]
+    change = np.where(np.abs(single) < SAME_ENERGY, 0, np.where(single > 0.0, 1, -1))
+    return num_electrons + np.where(num_electrons % 2 == 1, change, 0)
 
 
 def _densities(matrices, num_electrons):
@@ -63,6 +71,7 @@ def _densities(matrices, num_electrons):
     """
     energies, orbitals = np.linalg.eigh(matrices)
     energies, orbitals = energies[:, ::-1], orbitals[:, :, ::-1]
+    num_electrons = _charged(num_electrons, energies)
     size = matrices.shape[1]
     filling = np.clip(num_electrons[:, np.newaxis] - 2.0 * np.arange(size), 0.0, 2.0)
     highest = np.clip((num_electrons - 1) // 2, 0, size - 1)[:, np.newaxis]
