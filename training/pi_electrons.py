@@ -54,8 +54,8 @@ def _charged(num_electrons, energies):
     """The numbers of electrons once an orbital with a single one has been emptied or filled.
 
     It is filled where it holds the atoms together, as in a phenolate, and emptied where it drives
-    them apart, as in imidazolium; where it does neither the electron stays alone. Energies are in
-    units of the integral between two carbons, the lowest orbital first.
+    them apart, as in imidazolium; where it does neither the electron stays alone. Energies are
+    those of the orbitals in the units of ATOMS: positive where they bind, and the largest first.
     """
     single = np.take_along_axis(energies, (num_electrons // 2)[:, np.newaxis].clip(
         max=energies.shape[1] - 1), axis=1)[:, 0]
