@@ -47,9 +47,12 @@ class TermList {
     if (wanted > indices_.capacity()) indices_.reserve(std::max(wanted, 2 * indices_.size()));
   }
 
-  /// Appends the terms of another list of this degree, with `shift` added to every index.
+  /// Appends the terms of another list of this degree, with `shift` added to every index. An index
+  /// that no molecule has, as a damaged file may hold, wraps around at the ends of int.
   void append_shifted(const TermList& other, int shift) {
-    for (const int index : other.indices_) indices_.push_back(index + shift);
+    const auto added = static_cast<unsigned>(shift);
+    for (const int index : other.indices_)
+      indices_.push_back(static_cast<int>(static_cast<unsigned>(index) + added));
   }
 
   /// All indices, term after term.

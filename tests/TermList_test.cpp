@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 #include <span>
 #include <vector>
@@ -72,6 +73,15 @@ TEST(TermList, AppendsTheTermsOfAnotherListShifted) {
   terms.append_shifted(other, -1);
   EXPECT_EQ(terms.flat(), (std::vector<int>{0, 1, 10, 12, 15, 11, -1, 1, 4, 0}));
   EXPECT_EQ(other.flat(), (std::vector<int>{0, 2, 5, 1}));
+}
+
+TEST(TermList, WrapsShiftedIndicesThatNoMoleculeHas) {
+  constexpr int most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
+  TermList terms(2), other(2);
+  other.push_back({most, least});
+  terms.append_shifted(other, 2);
+  terms.append_shifted(other, -1);
+  EXPECT_EQ(terms.flat(), (std::vector<int>{least + 1, least + 2, most - 1, most}));
 }
 
 TEST(TermList, AppendsNothingFromAnEmptyList) {
