@@ -4,9 +4,11 @@
     python3 training/check_variants.py
 
 Groups are bound to a methyl's carbon. Edits are made many times on molecules that they are meant for,
-and must keep all valences of these; for molecules on which some edits cannot, variants_of must drop
-what they spoil. The check of valences is compared with one that tries all bond orders. Needs nothing but
-Python. The exit status is 1 if a molecule is out of order.
+and all but careless ones must keep all valences of these; an edit that cannot be made must change
+nothing. For molecules on which some edits cannot keep valences, variants_of must drop what they spoil.
+Groups to fuse and paths along double bonds are looked at one by one. The check of valences is compared
+with one that tries all bond orders. Needs nothing but Python. The exit status is 1 if a molecule is out
+of order.
 """
 
 import itertools
@@ -34,6 +36,17 @@ DELICATE_MOLECULES = (
 # four bonds and no charge.
 IMPOSSIBLE_MOLECULES = ("C2", "O0", "S0", "C1 C1@0 C1@1", "C0 C1@0 N1@1 C1@2 C1@0,3 C2@0",
                         "C0 C1@0 C1@1 N0@2 C1@3 C2@0,4")
+# These do not ask whether the bonds that are left can be set; with the number of atoms that they add.
+CARELESS_EDITS = {variants.add_hydrogens: 2, variants.take_hydrogens: -2}
+# Sizes of the ring that the atom added last, hydrogens apart, must be in.
+RING_SIZES = {variants.bridge: (3, 4, 5), variants.fuse_ring: (5, 6)}
+# Chains of CH, with CH2 and N among them, a ring and a quinone, bound to a methyl: where to start, and
+# where _along_double_bonds ends. The methyl's carbon is 0, the atoms of the group follow.
+PATHS = (("C1 C1@0 C1@1 C1@2 C1@3 C1@4 C1@5 C3@6", 0, [1, 3, 5]),
+         ("C1 C1@0 C1@1 C1@2 C1@3 C1@4 C1@5 C3@6", 4, [1, 3, 5, 7]),
+         ("C1 C1@0 C2@1 C1@2 C1@3 C3@4", 0, [1, 3]), ("C1 N0@0 C1@1 O0@2", 4, [1, 3]),
+         ("C0 C1@0 C1@1 C1@2 C1@3 C1@0,4", 0, [1, 3, 5]),
+         ("C0 C0@0 O0@1 C1@1 C1@3 C0@4 O0@5 C1@0,5", 3, [0, 2, 5, 7, 8]))
 ROUNDS = 300
 MOST_BONDS_TRIED = 9  # for which all orders are tried
 
@@ -77,17 +90,66 @@ def wrong_groups():
                if is_in_order(methylated(group))])
 
 
+def heavy_atoms(molecule):
+    return [atom for atom, element in molecule.elements.items() if element != H]
+
+
+def wrong_fused():
+    """Groups that fused to ethane do not make a ring of five or six and set all bonds by themselves."""
+    wrong = []
+    for group in variants.FUSED:
+        molecule = EditedMolecule((C, C, H, H, H, H), ((0, 1), (0, 2), (0, 3), (1, 4), (1, 5)))
+        last = variants.attach(molecule, 0, group)
+        size = variants._distances(molecule, 1, 9)[last] + 1
+        molecule.bind(last, 1)
+        if size not in (5, 6) or not is_in_order(molecule):
+            wrong.append(f"fused group {group}")
+    return wrong
+
+
+def wrong_paths():
+    wrong = []
+    for group, start, ends in PATHS:
+        molecule = methylated(group)
+        heavy = heavy_atoms(molecule)
+        found = variants._along_double_bonds(molecule, heavy[start])
+        if sorted(heavy.index(atom) for atom in found) != ends:
+            wrong.append(f"double bonds from {start} in {group}")
+    return wrong
+
+
+def is_one_molecule(molecule):
+    """Whether all atoms hang together, and none is bound twice to another."""
+    return (len(molecule.reached_from(next(iter(molecule.elements)))) == len(molecule)
+            and all(len(set(others)) == len(others) for others in molecule.neighbours.values()))
+
+
+def is_wrong(edit, start, molecule):
+    if edit in CARELESS_EDITS:
+        if len(molecule) != len(start) + CARELESS_EDITS[edit]:
+            return True
+    elif not is_in_order(molecule):
+        return True
+    return (not is_one_molecule(molecule)
+            or edit in RING_SIZES and not any(
+                variants._rings(molecule, heavy_atoms(molecule)[-1], size)
+                for size in RING_SIZES[edit]))
+
+
 def wrong_edits(chance):
     wrong = []
     starts = [methylated(group) for group in MOLECULES]
     for _, edit in variants.EDITS:
         made = 0
         for _ in range(ROUNDS):
-            molecule = chance.choice(starts).copy()
+            start = chance.choice(starts)
+            molecule = start.copy()
             if edit(molecule, chance, starts):
                 made += 1
-                if not is_in_order(molecule):
+                if is_wrong(edit, start, molecule):
                     wrong.append(f"{edit.__name__}: {told(molecule)}")
+            elif (molecule.elements, molecule.neighbours) != (start.elements, start.neighbours):
+                wrong.append(f"{edit.__name__}, not made: {told(molecule)}")
         if not made:
             wrong.append(f"{edit.__name__} was never made")
         print(f"{edit.__name__}: made {made} times")
@@ -100,7 +162,7 @@ def wrong_variants():
                                 VariantSettings(seed=1, per_molecule=ROUNDS, edit_counts=(1, 2)))
     print(f"{len(made)} variants of delicate molecules")
     return [f"variant: elements {elements}, bonds {bonds}" for elements, bonds in made
-            if not is_in_order(EditedMolecule(elements, bonds))]
+            if not is_in_order(EditedMolecule(elements, bonds))] + ["no variants"] * (not made)
 
 
 def wrong_checks(chance):
@@ -114,7 +176,8 @@ def wrong_checks(chance):
 
 def main():
     chance = random.Random(1)
-    wrong = wrong_groups() + wrong_edits(chance) + wrong_variants() + wrong_checks(chance)
+    wrong = (wrong_groups() + wrong_fused() + wrong_paths() + wrong_edits(chance) + wrong_variants()
+             + wrong_checks(chance))
     print("\n".join(wrong[:20]) if wrong else "all valences are possible")
     return 1 if wrong else 0
 

@@ -94,7 +94,7 @@ SEEDS = tuple(range(1, 49))
 # In the order in which they are trained: the longest first, so that two processes end together.
 # Boron and iodine have one type each and nothing to learn.
 STUDENTS = {
-    6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 12), (40000, 2), (350000, 1)),
+    6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 12), (40000, 1)),
                        groups=960, published_groups=16, rate=0.03, averaging=0.9993,
                        least_scale=0.0, sort_eigenvectors=False, sift_every=50000,
                        report_every=20000),

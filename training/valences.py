@@ -6,7 +6,7 @@ CL, BR, I = 17, 35, 53
 
 VALENCES = {H: (1,), B: (3, 4), C: (4,), F: (1,), P: (5,), CL: (1,), BR: (1,), I: (1,)}
 MOST_ADDED = 2  # bonds added to a single one
-# Molecules that take more are taken to be in order. Of thousands, none has needed a tenth of it.
+# Molecules that take more are taken to be in order. Of tens of thousands, none has needed a quarter.
 MOST_TRIALS = 10000
 
 

@@ -2,8 +2,9 @@
 
 The molecules with published types are few, and most chemistry around their atoms occurs once. Edits
 put the same groups next to other ones: swapping an element, replacing a hydrogen or an end,
-lengthening and shortening chains, closing and opening rings, turning aromatic rings into others,
-joining molecules. Bond orders are unknown: an edit looks at neighbours, hydrogens and rings only.
+lengthening and shortening chains, closing, bridging, fusing and opening rings, turning aromatic rings
+into others, adding and taking hydrogens, joining molecules. Bond orders are unknown: an edit looks at
+neighbours, hydrogens and rings only.
 Where that leaves atoms with too few or too many bonds, the variant is dropped. Not all others are
 likely compounds, but the teachers' doubts about them leave atoms without a label.
 """
@@ -101,7 +102,20 @@ SWAPS = {
     # ammonium
     (N, 4, 1): ((C, 1),), (N, 4, 2): ((C, 2),), (N, 4, 3): ((C, 3),)}
 ENDS = ((C, 4, 3), (N, 3, 2), (N, 4, 3), (O, 2, 1), (F, 1, 0), (CL, 1, 0), (BR, 1, 0))
-LINKS = ((C, 2), (C, 2), (N, 1), (O, 0))  # to lengthen a chain with: element, hydrogens
+LINKS = ((C, 2), (C, 2), (N, 1), (O, 0))  # to lengthen a chain or bridge with: element, hydrogens
+# What makes a ring with two flat neighbours, in the notation of SUBSTITUENTS; the last atom closes it.
+FUSED = (
+    # benzo, pyridos, pyrimido, pyrazino
+    "C1 C1@0 C1@1 C1@2", "N0 C1@0 C1@1 C1@2", "C1 N0@0 C1@1 C1@2", "N0 C1@0 N0@1 C1@2",
+    "N0 C1@0 C1@1 N0@2",
+    # pyrrolo, imidazo, pyrazolo, furo, oxazolo, thieno, thiazolo
+    "N1 C1@0 C1@1", "N1 C1@0 N0@1", "N1 N0@0 C1@1", "O0 C1@0 C1@1", "O0 C1@0 N0@1", "S0 C1@0 C1@1",
+    "S0 C1@0 N0@1",
+    # cyclopenteno, cyclohexeno, dioxolo, dihydrofuro, dihydropyrano, dihydropyrrolo, tetrahydropyrido
+    "C2 C2@0 C2@1", "C2 C2@0 C2@1 C2@2", "O0 C2@0 O0@1", "O0 C2@0 C2@1", "O0 C2@0 C2@1 C2@2",
+    "C2 N1@0 C2@1", "C2 N1@0 C2@1 C2@2",
+    # pyranones and pyridones
+    "O0 C0@0 O0@1 C1@1 C1@3", "N1 C0@0 O0@1 C1@1 C1@3", "C0 O0@0 N1@0 C1@2 C1@3")
 
 MOST_ATTEMPTS = 12
 LARGEST_JOINED = 60  # atoms
@@ -198,13 +212,17 @@ class EditedMolecule:
 
 
 def attach(molecule, parent, group):
-    """Binds a group in the notation of SUBSTITUENTS to an atom, which must have room for it."""
+    """Binds a group in the notation of SUBSTITUENTS to an atom, which must have room for it.
+
+    Returns the group's last atom.
+    """
     atoms = []
     for word in group.split():
         head, _, tail = word.partition("@")
         bound_to = [atoms[int(number)] for number in tail.split(",")] if tail else [parent]
         atoms.append(molecule.add(SYMBOLS[head[:-1]], *bound_to))
         molecule.set_hydrogens(atoms[-1], int(head[-1]))
+    return atoms[-1]
 
 
 # Each edit returns whether it could be made; if not, the molecule is as before.
@@ -291,6 +309,19 @@ def shorten(molecule, chance, _partners):
     return True
 
 
+def _distances(molecule, start, most):
+    """The number of bonds to each heavy atom that is no more than so many bonds away."""
+    distances, queue = {start: 0}, [start]
+    for atom in queue:
+        if distances[atom] == most:
+            break
+        for other in molecule.heavy_neighbours(atom):
+            if other not in distances:
+                distances[other] = distances[atom] + 1
+                queue.append(other)
+    return distances
+
+
 def close_ring(molecule, chance, _partners):
     """Makes a ring of three to six, mostly of five or six."""
     starts = [atom for atom, element in molecule.elements.items()
@@ -298,16 +329,8 @@ def close_ring(molecule, chance, _partners):
     if not starts:
         return False
     start = chance.choice(starts)
-    distances, queue = {start: 0}, [start]
-    for atom in queue:
-        if distances[atom] == 5:
-            break
-        for other in molecule.heavy_neighbours(atom):
-            if other not in distances:
-                distances[other] = distances[atom] + 1
-                queue.append(other)
     wanted = (2, 3) if chance.random() < 0.3 else (4, 5)
-    ends = [atom for atom, distance in distances.items() if distance in wanted
+    ends = [atom for atom, distance in _distances(molecule, start, 5).items() if distance in wanted
             and molecule.elements[atom] == C and molecule.hydrogens(atom)]
     if not ends:
         return False
@@ -315,6 +338,40 @@ def close_ring(molecule, chance, _partners):
     for atom in (start, end):
         molecule.remove(molecule.hydrogens(atom)[0])
     molecule.bind(start, end)
+    return True
+
+
+def bridge(molecule, chance, _partners):
+    """Binds an atom to a saturated carbon and to another, or to a nitrogen with three neighbours, one to
+    three bonds away."""
+    starts = [atom for atom in molecule.elements
+              if molecule.is_saturated_carbon(atom) and molecule.hydrogens(atom)]
+    if not starts:
+        return False
+    start, wanted = chance.choice(starts), chance.choice((1, 1, 2, 3, 3))
+    ends = [end for end, distance in _distances(molecule, start, wanted).items()
+            if distance == wanted and molecule.hydrogens(end)
+            and (molecule.is_saturated_carbon(end) or molecule.kind(end)[:2] == (N, 3))]
+    if not ends:
+        return False
+    end = chance.choice(ends)
+    element, hydrogens = chance.choice(LINKS) if molecule.elements[end] == C else LINKS[0]
+    for atom in (start, end):
+        molecule.remove(molecule.hydrogens(atom)[0])
+    molecule.set_hydrogens(molecule.add(element, start, end), hydrogens)
+    return True
+
+
+def fuse_ring(molecule, chance, _partners):
+    """Makes a ring with two flat CH side by side."""
+    pairs = [(i, j) for i in molecule.elements if molecule.kind(i) == (C, 3, 1)
+             for j in molecule.heavy_neighbours(i) if molecule.kind(j) == (C, 3, 1)]
+    if not pairs:
+        return False
+    first, last = chance.choice(pairs)
+    for atom in (first, last):
+        molecule.set_hydrogens(atom, 0)
+    molecule.bind(attach(molecule, first, chance.choice(FUSED)), last)
     return True
 
 
@@ -454,6 +511,55 @@ def desaturate(molecule, chance, _partners):
     return True
 
 
+def _along_double_bonds(molecule, start):
+    """The atoms an odd number of bonds away, five at most, with nothing but flat atoms between."""
+    distances, ends = {start: 0}, []
+    queue = [start]
+    for atom in queue:
+        if distances[atom] == 5:
+            break
+        for other in molecule.heavy_neighbours(atom):
+            if other not in distances:
+                distances[other] = distances[atom] + 1
+                if distances[other] % 2:
+                    ends.append(other)
+                if _is_flat(molecule, other):
+                    queue.append(other)
+    return ends
+
+
+def add_hydrogens(molecule, chance, _partners):
+    """Adds one to each end of a double bond, or of several with single ones between; no more than one of
+    the ends is an oxygen."""
+    kinds = ((C, 3), (N, 2), (O, 1))
+    starts = [atom for atom in molecule.elements if _is_flat(molecule, atom)]
+    if not starts:
+        return False
+    start = chance.choice(starts)
+    ends = [end for end in _along_double_bonds(molecule, start) if molecule.kind(end)[:2] in kinds]
+    if not ends:
+        return False
+    for atom in (start, chance.choice(ends)):
+        molecule.add(H, atom)
+    return True
+
+
+def take_hydrogens(molecule, chance, _partners):
+    """The other way round: makes dienes, quinones, imines and the like."""
+    kinds = ((C, 4), (N, 3), (O, 2))
+    places = [atom for atom in molecule.elements
+              if molecule.kind(atom)[:2] in kinds and molecule.hydrogens(atom)]
+    if not places:
+        return False
+    start = chance.choice(places)
+    ends = [end for end in _along_double_bonds(molecule, start) if end in places]
+    if not ends:
+        return False
+    for atom in (start, chance.choice(ends)):
+        molecule.remove(molecule.hydrogens(atom)[0])
+    return True
+
+
 def fluorinate(molecule, chance, _partners):
     """All hydrogens of a saturated carbon become fluorine."""
     atoms = [atom for atom in molecule.elements
@@ -502,10 +608,11 @@ def cut_bond(molecule, chance, _partners):
     return True
 
 
-EDITS = ((0.28, swap_element), (0.22, replace_hydrogen), (0.12, remove_end), (0.05, lengthen),
-         (0.05, shorten), (0.05, close_ring), (0.04, join), (0.02, cut_bond),
-         (0.04, contract_ring), (0.03, expand_ring), (0.03, make_lactam), (0.02, unmake_lactam),
-         (0.02, saturate), (0.02, desaturate), (0.01, fluorinate))
+EDITS = ((0.22, swap_element), (0.18, replace_hydrogen), (0.10, remove_end), (0.04, lengthen),
+         (0.04, shorten), (0.04, close_ring), (0.04, bridge), (0.04, fuse_ring), (0.04, join),
+         (0.02, cut_bond), (0.04, contract_ring), (0.03, expand_ring), (0.03, make_lactam),
+         (0.02, unmake_lactam), (0.02, saturate), (0.02, desaturate), (0.04, add_hydrogens),
+         (0.03, take_hydrogens), (0.01, fluorinate))
 
 
 def variant_of(molecule, chance, partners, edit_counts):
