@@ -110,7 +110,7 @@ class PSFReader {
                   filename_, indices.size());
     }
     // Wraps around for the smallest number, which is as wrong behind the subtraction as before.
-    for (int& index : indices) index = static_cast<int>(static_cast<unsigned>(index) - 1u);
+    for (int& index : indices) index = ShiftedIndex(index, -1);
     terms.assign_flat(std::move(indices));
   }
 

@@ -29,7 +29,7 @@ void TakeAtomOut(int atom, TermList& terms) {
 void MakeRoomForAtom(int atom, TermList& terms) {
   std::vector<int> indices = terms.flat();
   for (int& index : indices) {
-    if (index >= atom) ++index;
+    if (index >= atom) index = ShiftedIndex(index, 1);
   }
   terms.assign_flat(std::move(indices));
 }

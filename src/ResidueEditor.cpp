@@ -315,7 +315,7 @@ void ResidueEditor::CommitTerms(const std::vector<int>& new_positions, const Ter
           deleted = deleted || indices[count] < 0;
         } else {
           // A PSF file can name atoms that are not there. They stay as far outside as they were.
-          indices[count] = atom < 0 ? atom : atom + shift_behind_atoms;
+          indices[count] = atom < 0 ? atom : ShiftedIndex(atom, shift_behind_atoms);
         }
         ++count;
       }

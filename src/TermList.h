@@ -11,6 +11,12 @@
 
 namespace orvane {
 
+/// An atom index with `shift` added. An index that no molecule has, as a damaged file may hold, wraps
+/// around at the ends of int.
+inline int ShiftedIndex(int index, int shift) {
+  return static_cast<int>(static_cast<unsigned>(index) + static_cast<unsigned>(shift));
+}
+
 /// Tuples of 0-based atom indices, kept one behind the other in flat storage, so that a million
 /// terms cost one allocation. Bonds have 2 atoms, angles 3, everything else 4.
 class TermList {
@@ -47,12 +53,9 @@ class TermList {
     if (wanted > indices_.capacity()) indices_.reserve(std::max(wanted, 2 * indices_.size()));
   }
 
-  /// Appends the terms of another list of this degree, with `shift` added to every index. An index
-  /// that no molecule has, as a damaged file may hold, wraps around at the ends of int.
+  /// Appends the terms of another list of this degree, with `shift` added to every index.
   void append_shifted(const TermList& other, int shift) {
-    const auto added = static_cast<unsigned>(shift);
-    for (const int index : other.indices_)
-      indices_.push_back(static_cast<int>(static_cast<unsigned>(index) + added));
+    for (const int index : other.indices_) indices_.push_back(ShiftedIndex(index, shift));
   }
 
   /// All indices, term after term.

@@ -1,6 +1,7 @@
 // Patching a residue: deletions, new atoms and their places, and what becomes of the topology.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -392,6 +393,13 @@ TEST(PDB_Patch, TheListsAreEditedOneAtomAtATime) {
   EXPECT_TRUE(molecule.tmpImpropers.empty());
   // The topology is the caller's affair.
   EXPECT_EQ(molecule.topology.GetBonds().size(), 7u);
+}
+
+TEST(PDB_Patch, IndicesThatNoMoleculeHasWrapAround) {
+  PDB molecule = Peptide();
+  molecule.tmpImpropers.assign_flat({0, 1, 2, std::numeric_limits<int>::max()});
+  molecule.ModifyTmpTopolUponAddingAtom(1);
+  EXPECT_EQ(AsLists(molecule.tmpImpropers), (Lists{{0, 2, 3, std::numeric_limits<int>::min()}}));
 }
 
 TEST(PDB_Patch, TheListsAreLeftAloneWhereThereIsNoTopology) {

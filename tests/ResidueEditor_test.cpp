@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -301,6 +302,20 @@ TEST(ResidueEditor, BondsAreNamedByPositionsBeforeTheEditAndGoWithTheirAtoms) {
   EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}, {0, 0}}));
   editor.Commit();
   EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}, {0, 0}}));
+}
+
+TEST(ResidueEditor, IndicesThatNoMoleculeHasWrapAround) {
+  constexpr int most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
+  const TopologyLibrary library =
+      LibraryOf("PRES PA 0\nATOM Q1 QT 0\nIC X CA C Q1 1.5 90.0 0.0 90.0 1.5\nEND\n");
+  PDB molecule = TwoAtoms();
+  molecule.tmpAtoms.resize(2);
+  molecule.tmpImpropers.push_back({0, least, most - 1, most});
+  ResidueEditor editor(molecule, library.GetMasses(), true);
+  OutputOf([&] { editor.PatchResidue(0, library.GetResidues().at("PA")); });
+  editor.Commit();
+  ASSERT_EQ(molecule.numAtoms, 3);
+  EXPECT_EQ(AsLists(molecule.tmpImpropers), (PlainPatching::Terms{{0, least, most, least}}));
 }
 
 TEST(ResidueEditor, ATopologyOfAnotherNumberOfAtomsEndsTheRun) {
