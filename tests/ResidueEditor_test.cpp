@@ -315,7 +315,7 @@ TEST(ResidueEditor, IndicesThatNoMoleculeHasWrapAround) {
   OutputOf([&] { editor.PatchResidue(0, library.GetResidues().at("PA")); });
   editor.Commit();
   ASSERT_EQ(molecule.numAtoms, 3);
-  EXPECT_EQ(AsLists(molecule.tmpImpropers), (PlainPatching::Terms{{0, least, most, least}}));
+  EXPECT_EQ(AsLists(molecule.tmpImpropers), (PlainPatching::Terms{{1, least, most, least}}));
 }
 
 TEST(ResidueEditor, ATopologyOfAnotherNumberOfAtomsEndsTheRun) {
