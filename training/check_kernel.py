@@ -183,6 +183,17 @@ class Check:
         self._compare(f"element {element}: probabilities of the folded network", actual, expected,
                       FOLDED_TOLERANCE)
 
+    def outputs_above_zero(self, element):
+        """Low outputs of the folded network are lifted to the margin, high ones left where they are."""
+        margin, lift = 20.0, 1000.0
+        network = self._network(element)
+        leasts = []
+        for bias in (network[5] - lift, network[5] + lift):
+            folded = self._folding.folded(self._all, element, [*network[:5], bias], margin)
+            leasts.append(self._folding.output_range(self._all, element, folded)[0])
+        self._compare(f"element {element}: least output, lifted", leasts[0], margin, 1e-4)
+        self._require(f"element {element}: high outputs are not lowered", leasts[1] > lift / 2)
+
     def _trained_network(self, element, batch):
         """Trained a little."""
         network = self._network(element)
@@ -273,6 +284,8 @@ def main():
         check.folded_network(element)
         check.revived_channels(element)
         check.sifted_batches(element)
+    for element in ELEMENTS:
+        check.outputs_above_zero(element)
     if check.num_faults == 0:
         print("loss, gradients, folded networks, ring classes, revived channels and sieves are as"
               " expected")

@@ -64,13 +64,14 @@ def with_moderate_outputs(network, least, most_above, margin):
     the best that it may get. From a difference of some 700 on, the program's probabilities of all
     allowed types would be zero alike. So all outputs are multiplied by one factor.
 
-    Then a constant is added to all last biases, which brings the least of the atoms' best outputs to
-    the margin. The program sets outputs below zero to zero. That must not touch the best one, not
-    even where an unknown molecule goes beyond those of the training: hence the margin.
+    Then, where the least of the atoms' best outputs is below the margin, a constant is added to all
+    last biases, which brings it there. The program sets outputs below zero to zero. That must not
+    touch the best one, not even where an unknown molecule goes beyond those of the training: hence
+    the margin.
     """
     factor = WIDEST_OUTPUTS / max(most_above, -least, WIDEST_OUTPUTS)
     return [*network[:4], network[4] * factor,
-            network[5] * factor + (margin - least * factor)]
+            network[5] * factor + max(0.0, margin - least * factor)]
 
 
 def rounded(network):

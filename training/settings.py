@@ -102,7 +102,7 @@ STUDENTS = {
     7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     16: StudentSettings(steps=8000, groups=20, rate=0.03),
-    9: StudentSettings(steps=5000, groups=12, seeds=SEEDS[:6], rate=0.03),
+    9: StudentSettings(steps=20000, groups=4, seeds=SEEDS[:3]),
     17: StudentSettings(steps=5000, groups=12, seeds=SEEDS[:6], rate=0.03),
     35: StudentSettings(steps=5000, groups=4, seeds=SEEDS[:6], rate=0.03),
     15: StudentSettings(steps=5000, groups=4, seeds=SEEDS[:6], rate=0.03),
