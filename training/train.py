@@ -36,7 +36,6 @@ from student import read_student
 from surroundings import Surroundings, surroundings_path
 from variants import variants_of
 
-PROCESSES = 2
 SCRIPTS = Path(__file__).resolve().parent
 
 
@@ -56,8 +55,9 @@ class Log:
 
 
 class Training:
-    def __init__(self, work, settings, options):
+    def __init__(self, work, settings, options, processes):
         self._work, self._settings, self._options = work, settings, options
+        self._processes = processes
         self._log = Log(work / "train.log")
 
     def run(self):
@@ -97,7 +97,7 @@ class Training:
         def run(task):
             name, key, command = task
             self._stage(name, key, lambda: self._run_script(name, command))
-        with ThreadPoolExecutor(PROCESSES) as pool:
+        with ThreadPoolExecutor(self._processes) as pool:
             futures = [pool.submit(run, task) for task in tasks]
             try:
                 for future in as_completed(futures):
@@ -226,13 +226,14 @@ def main():
     parser.add_argument("--work", type=Path, required=True, metavar="DIR",
                         help="folder for what is made on the way")
     parser.add_argument("--output", type=Path, help="the source file to write")
+    parser.add_argument("--processes", type=int, default=2, help="at a time (2)")
     add_arguments(parser)
     arguments = parser.parse_args()
 
     arguments.work.mkdir(parents=True, exist_ok=True)
     settings, options = settings_of(arguments), arguments_of(arguments)
     output = arguments.output or arguments.work / "AtomTyperWeights.cpp"
-    training = Training(arguments.work, settings, options)
+    training = Training(arguments.work, settings, options, arguments.processes)
     training.run()
     training.write_weights(output, note_of(settings, options))
     is_right = training.evaluate(output)
