@@ -95,11 +95,10 @@ SEEDS = tuple(range(1, 49))
 # Boron and iodine have one type each and nothing to learn.
 STUDENTS = {
     6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 12), (40000, 1)),
-                       groups=960, published_groups=16, published_share=0.20,
-                       drug_like_variant_share=0.30, rate=0.03, averaging=0.9993,
+                       groups=960, published_groups=16, rate=0.03, averaging=0.9993,
                        least_scale=0.0, sort_eigenvectors=False, sift_every=50000,
                        report_every=20000),
-    1: StudentSettings(steps=100000, seeds=SEEDS[:24], rounds=((3000, 1),), groups=240),
+    1: StudentSettings(steps=100000, seeds=SEEDS[:12], rounds=((3000, 1),), groups=240),
     7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     16: StudentSettings(steps=8000, groups=20, rate=0.03),

@@ -3,8 +3,8 @@
 The molecules with published types are few, and most chemistry around their atoms occurs once. Edits
 put the same groups next to other ones: swapping an element, replacing a hydrogen or an end,
 lengthening and shortening chains, closing, bridging, fusing and opening rings, turning aromatic rings
-into others, adding and taking hydrogens, protonating amines, joining molecules. Bond orders are unknown:
-an edit looks at neighbours, hydrogens and rings only.
+into others, adding and taking hydrogens, joining molecules. Bond orders are unknown: an edit looks at
+neighbours, hydrogens and rings only.
 Where that leaves atoms with too few or too many bonds, the variant is dropped. Not all others are
 likely compounds, but the teachers' doubts about them leave atoms without a label.
 """
@@ -560,16 +560,6 @@ def take_hydrogens(molecule, chance, _partners):
     return True
 
 
-def protonate(molecule, chance, _partners):
-    """An amine with nothing but saturated carbons around it becomes an ammonium ion."""
-    amines = [atom for atom in molecule.elements if molecule.kind(atom)[:2] == (N, 3)
-              and all(molecule.is_saturated_carbon(other) for other in molecule.heavy_neighbours(atom))]
-    if not amines:
-        return False
-    molecule.add(H, chance.choice(amines))
-    return True
-
-
 def fluorinate(molecule, chance, _partners):
     """All hydrogens of a saturated carbon become fluorine."""
     atoms = [atom for atom in molecule.elements
@@ -618,11 +608,11 @@ def cut_bond(molecule, chance, _partners):
     return True
 
 
-EDITS = ((0.20, swap_element), (0.18, replace_hydrogen), (0.10, remove_end), (0.04, lengthen),
+EDITS = ((0.22, swap_element), (0.18, replace_hydrogen), (0.10, remove_end), (0.04, lengthen),
          (0.04, shorten), (0.04, close_ring), (0.04, bridge), (0.04, fuse_ring), (0.04, join),
          (0.02, cut_bond), (0.04, contract_ring), (0.03, expand_ring), (0.03, make_lactam),
          (0.02, unmake_lactam), (0.02, saturate), (0.02, desaturate), (0.04, add_hydrogens),
-         (0.03, take_hydrogens), (0.02, protonate), (0.01, fluorinate))
+         (0.03, take_hydrogens), (0.01, fluorinate))
 
 
 def variant_of(molecule, chance, partners, edit_counts):
