@@ -226,7 +226,8 @@ def main():
     parser.add_argument("--work", type=Path, required=True, metavar="DIR",
                         help="folder for what is made on the way")
     parser.add_argument("--output", type=Path, help="the source file to write")
-    parser.add_argument("--processes", type=int, default=2, help="at a time (2)")
+    parser.add_argument("--processes", type=int, default=2,
+                        help="that run side by side (2)")
     add_arguments(parser)
     arguments = parser.parse_args()
 
