@@ -5,8 +5,8 @@
 
 Loss and gradients of the kernel, over classes of surroundings in single precision, are compared
 with those of PyTorch's automatic differentiation over every atom in double precision; the folded
-network, computed as the program computes, with the trained one; and ring classes with those found
-by trying all paths. Channels without use must be found, and learn again. What a sieve lets through
+network, computed as the program computes, with the trained one, which it is turned back into; and
+ring classes with those found by trying all paths. Channels without use must be found, and learn again. What a sieve lets through
 must have the gradient of the whole on average.
 
 The exit status is 1 if anything differs and 77 where PyTorch, a C++ compiler or Eigen is missing.
@@ -32,6 +32,7 @@ IDLE_CHANNEL = 5
 TRAINING_STEPS, TRAINING_RATE = 100, 0.003
 LAST_EXPONENT = 0.7
 CERTAINTY, NUM_SIEVES = 6.0, 1000
+SQUEEZED = 0.02         # as folding may squeeze outputs
 SIFTED_TOLERANCE = 0.2  # of the largest number, by chance
 TOLERANCE = 1e-4        # of the largest number, in single precision
 FOLDED_TOLERANCE = 1e-5  # of probabilities, with weights of eight decimals
@@ -194,6 +195,21 @@ class Check:
         self._compare(f"element {element}: least output, lifted", leasts[0], margin, 1e-4)
         self._require(f"element {element}: high outputs are not lowered", leasts[1] > lift / 2)
 
+    def network_to_train_on(self, element):
+        """A folded network turned back makes the same choices, with outputs as far apart as they should."""
+        lessons = self._lessons(element)
+        batch = lessons.batches[0]
+        network = self._trained_network(element, batch)
+        folded = self._folding.folded(self._all, element, network, 10.0)
+        squeezed = [*folded[:4], SQUEEZED * folded[4], SQUEEZED * folded[5]]
+        found = self._student.network_to_train_on(
+            [(matrices, bias) for *matrices, bias in self._folding.layers_of(squeezed)], lessons,
+            LAST_EXPONENT)
+        what = f"element {element}, to train on: "
+        self._compare(what + "right choices", batch.is_right(found), batch.is_right(network), 0.0)
+        self._require(what + "a loss no higher", batch.loss(found, LAST_EXPONENT)
+                      < 1.01 * batch.loss(network, LAST_EXPONENT))
+
     def _trained_network(self, element, batch):
         """Trained a little."""
         network = self._network(element)
@@ -233,6 +249,10 @@ class Check:
             self._require(what + "an idle channel does not learn", not np.any(gradients[0]))
             self._require(what + "a revived channel learns", np.any(gradients[1]))
 
+    def _lessons(self, element):
+        settings = replace(self._settings.students[element], groups=2, published_groups=2)
+        return self._student.Lessons(self._all, element, settings, False)
+
     @staticmethod
     def _mean_weight_and_gradient(batches, network):
         """One number, and six arrays like the network's."""
@@ -242,8 +262,7 @@ class Check:
 
     def sifted_batches(self, element):
         """Over many sieves, mean weight and gradient of what is let through are those of everything."""
-        settings = replace(self._settings.students[element], groups=2, published_groups=2)
-        lessons = self._student.Lessons(self._all, element, settings, False)
+        lessons = self._lessons(element)
         network = self._trained_network(element, lessons.batches[0])
         for array in network[4:]:  # as sure of most types as after a long training
             array *= CERTAINTY
@@ -286,6 +305,7 @@ def main():
         check.sifted_batches(element)
     for element in ELEMENTS:
         check.outputs_above_zero(element)
+        check.network_to_train_on(element)
     if check.num_faults == 0:
         print("loss, gradients, folded networks, ring classes, revived channels and sieves are as"
               " expected")

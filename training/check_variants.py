@@ -17,7 +17,7 @@ import sys
 
 import variants
 from settings import VariantSettings
-from valences import C, H, is_in_order, possible_valences
+from valences import C, F, H, is_in_order, possible_valences
 from variants import EditedMolecule
 
 # In the notation of groups, bound to a methyl group: phenyl, 4-pyridyl, imidazolyl, indolyl,
@@ -118,6 +118,24 @@ def wrong_paths():
     return wrong
 
 
+def wrong_chains(chance):
+    """Fluorine must come on one carbon, on two and on three, always side by side and on all of a carbon."""
+    wrong, lengths = [], set()
+    for _ in range(ROUNDS):
+        molecule = methylated("C2 C2@0 O1@1")
+        variants.fluorinate(molecule, chance, ())
+        heavy = heavy_atoms(molecule)
+        carbons = [atom for atom in heavy if molecule.elements[atom] == C]
+        fluorines = [sum(molecule.elements[other] == F for other in molecule.neighbours[atom])
+                     for atom in carbons]
+        done = "".join("-" if number == 0 else "F" for number in fluorines)
+        if "F-F" in done or any(number and molecule.hydrogens(atom)
+                                for atom, number in zip(carbons, fluorines)):
+            wrong.append(f"fluorinate, chain: {told(molecule)}")
+        lengths.add(done.count("F"))
+    return wrong + [f"fluorinate: chains of {lengths}"] * (lengths != {1, 2, 3})
+
+
 def is_one_molecule(molecule):
     """Whether all atoms hang together, and none is bound twice to another."""
     return (len(molecule.reached_from(next(iter(molecule.elements)))) == len(molecule)
@@ -177,7 +195,7 @@ def wrong_checks(chance):
 def main():
     chance = random.Random(1)
     wrong = (wrong_groups() + wrong_fused() + wrong_paths() + wrong_edits(chance) + wrong_variants()
-             + wrong_checks(chance))
+             + wrong_checks(chance) + wrong_chains(chance))
     print("\n".join(wrong[:20]) if wrong else "all valences are possible")
     return 1 if wrong else 0
 

@@ -20,6 +20,12 @@ def with_raw_inputs(network, mean, matrix):
     return [matrix @ weights1, bias1 - mean @ matrix @ weights1, *rest]
 
 
+def with_whitened_inputs(network, mean, matrix):
+    """The other way round: a network for raw inputs becomes one for whitened inputs."""
+    weights1, bias1, *rest = (np.asarray(array, np.float64) for array in network)
+    return [np.linalg.solve(matrix, weights1), bias1 + mean @ weights1, *rest]
+
+
 def balanced(network):
     """The same function with moderate numbers throughout.
 
@@ -96,6 +102,11 @@ def empty_network(num_types):
 def layers_of(network):
     """The layers as write_weights.py takes them: the matrices of the hops, and the bias."""
     return [(*np.split(weights, HOPS), bias) for weights, bias in zip(network[::2], network[1::2])]
+
+
+def network_of(layers):
+    """A network of layers as evaluate_weights.py reads them: (matrices of the hops, bias)."""
+    return [array for matrices, bias in layers for array in (np.concatenate(matrices), bias)]
 
 
 def json_form(networks, **more):

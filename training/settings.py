@@ -110,6 +110,15 @@ STUDENTS = {
     53: StudentSettings(steps=0),
 }
 
+# To train on from networks that are there, a fraction of the steps at a rate that leaves them what they
+# have learnt; those of elements that are not named stay as they are.
+FURTHER = {
+    6: replace(STUDENTS[6], steps=120000, rate=0.01, seeds=(1,), rounds=(), q_end=0.0,
+               revive_begin=1.0, sift_every=20000),
+    9: replace(STUDENTS[9], steps=10000, rate=0.03, seeds=(1,), rounds=(), q_end=0.0,
+               revive_begin=1.0),
+}
+
 FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(),
                 VariantSettings(seed=1, per_molecule=80, edit_counts=(1, 1, 2, 2, 3)),
                 VariantSettings(seed=5, per_molecule=1, edit_counts=(1, 1, 2)), STUDENTS)
@@ -134,8 +143,11 @@ def add_arguments(parser):
                         help="few molecules and steps, to see that everything runs")
 
 
-def settings_of(arguments):
+def settings_of(arguments, students=None):
+    """What the command line asks for; `students` are to take the place of the usual ones."""
     settings = FULL
+    if students is not None:
+        settings = replace(settings, students=students)
     if arguments.without_validation:
         settings = replace(settings, with_validation=False)
     return trial_of(settings) if arguments.trial else settings

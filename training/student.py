@@ -2,11 +2,13 @@
 """Trains the program's network of one element.
 
     python3 training/student.py --work DIR --element 6      trains carbon's: DIR/student-6.npz
+    python3 training/student.py --work DIR --element 6 --train-on src/AtomTyperWeights.cpp
 
 DIR must have the surroundings; train.py makes them and calls this.
 """
 
 import argparse
+import copy
 import math
 import sys
 import time
@@ -15,17 +17,21 @@ from pathlib import Path
 import one_thread  # noqa: F401  ahead of numpy
 import numpy as np
 
-from folding import empty_network, folded
+from evaluate_weights import read_networks
+from folding import empty_network, folded, network_of, with_whitened_inputs
 from idle_channels import idle_channel, revive
 from molecules import (DRUG_LIKE, DRUG_LIKE_VARIANT, NO_LABEL, PUBLISHED_SETS, RING_CLASSES,
                        SPECIAL, TRAIN, VALIDATION, VARIANT, tables)
 from optimiser import Soap
-from settings import add_arguments, settings_of
+from settings import FURTHER, add_arguments, settings_of
 from sieve import Sieve
 from surroundings import Batch, load_surroundings, surroundings_path
 from write_weights import HIDDEN_CHANNELS, HOPS
 
 REVIVING_BATCHES = 6
+SCALING_BATCHES = 20
+# Steps between the scales tried for the outputs of a network that is trained on, and the largest one.
+SCALE_STEP, MOST_SCALE = 1.25, 300.0
 # Standard deviations of the numbers that a network starts with.
 FIRST_WEIGHTS, FIRST_BIAS = 0.8, 0.5
 SECOND_WEIGHTS, THIRD_WEIGHTS = (2.0 / 24.0) ** 0.5, (1.0 / 24.0) ** 0.5
@@ -40,6 +46,24 @@ def first_network(num_types, random):
                random.standard_normal((size, num_types)) * THIRD_WEIGHTS,
                np.zeros(num_types)]
     return [array.astype(np.float32) for array in network]
+
+
+def network_to_train_on(layers, lessons, q):
+    """A network of the program in the form of the training; q is the exponent of the loss.
+
+    Folding has squeezed its outputs and added a constant to them. What scale they had is not known any more:
+    the one with the least loss is taken.
+    """
+    network = with_whitened_inputs(network_of(layers), *lessons.whitening())
+    network[5] = network[5] - network[5].mean()
+    batches = lessons.some_batches(SCALING_BATCHES, np.random.default_rng(0))
+    scales = SCALE_STEP ** np.arange(math.log(MOST_SCALE, SCALE_STEP))
+
+    def scaled(scale):
+        return [array.astype(np.float32) for array in
+                (*network[:4], network[4] * scale, network[5] * scale)]
+    return min(map(scaled, scales),
+               key=lambda trial: np.mean([batch.loss(trial, q) for batch in batches]))
 
 
 class Lessons:
@@ -135,6 +159,9 @@ class Lessons:
         batch = Batch(self._surroundings, self._element, atoms, np.ones(len(atoms)))
         return batch, self._surroundings.atoms.reachable[batch.atoms]
 
+    def whitening(self):
+        return self._surroundings.whitening()
+
     def some_batches(self, number, random):
         chosen = random.choice(len(self.batches), min(number, len(self.batches)), replace=False)
         return [self.batches[i] for i in chosen]
@@ -155,17 +182,19 @@ class Lessons:
 
 def exponent(settings, done):
     """q of the loss when this fraction of the steps is done; 0 stands for the cross entropy."""
-    rise = (done - settings.q_start) / (settings.q_end - settings.q_start)
-    return settings.q * min(1.0, max(0.0, rise))
+    if done >= settings.q_end:
+        return settings.q
+    return settings.q * max(0.0, (done - settings.q_start) / (settings.q_end - settings.q_start))
 
 
 class Run:
-    """The training of one network, from one seed."""
+    """The training of one network, from one seed or from a network that has been trained before."""
 
-    def __init__(self, lessons, num_types, settings, seed):
+    def __init__(self, lessons, num_types, settings, seed, beginning=None):
         self._lessons, self._settings, self.seed = lessons, settings, seed
         self._random = np.random.default_rng(seed)
-        self._network = first_network(num_types, self._random)
+        self._has_learnt = beginning is not None
+        self._network = beginning or first_network(num_types, self._random)
         self.average = [array.copy() for array in self._network]  # the running one, over the steps
         self._optimiser = Soap(self._network, settings.momentum, settings.second_momentum,
                                settings.least_scale, settings.sort_eigenvectors)
@@ -219,7 +248,7 @@ class Run:
 
     def _choose_batches(self):
         self._batches, self._order = self._lessons.batches, []
-        if self._settings.sift_every and self._step:
+        if self._settings.sift_every and (self._step or self._has_learnt):
             self._batches = self._lessons.sifted_batches(self.average, self._exponent(), self._random)
             print(f"seed {self.seed}, step {self._step}: sifted into {len(self._batches)} batches")
 
@@ -243,14 +272,18 @@ def read_student(work, element):
         return [arrays[f"arr_{i}"] for i in range(6)]
 
 
-def best_network(surroundings, element, settings):
-    """The network of the best seed, in the program's form."""
+def best_network(surroundings, element, settings, beginning=None):
+    """The network of the best seed, in the program's form; `beginning` has the layers to train on."""
     student = settings.students[element]
     num_types = len(tables.names[element])
     if num_types == 1:
         return empty_network(num_types)
     lessons = Lessons(surroundings, element, student, settings.with_validation)
-    runs = [Run(lessons, num_types, student, seed) for seed in student.seeds]
+    if beginning is not None:
+        beginning = network_to_train_on(beginning, lessons, exponent(student, 0.0))
+        print("at the beginning:", lessons.accuracy(beginning), flush=True)
+    runs = [Run(lessons, num_types, student, seed, copy.deepcopy(beginning))
+            for seed in student.seeds]
     for last_step, num_left in (*student.rounds, (student.steps, 1)):
         for run in runs:
             run.train_to(last_step)
@@ -268,12 +301,17 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
     parser.add_argument("--work", type=Path, required=True, metavar="DIR")
     parser.add_argument("--element", type=int, required=True, help="atomic number")
+    parser.add_argument("--train-on", type=Path, metavar="WEIGHTS",
+                        help="begin with the network in this source file or JSON form of it")
     add_arguments(parser)
     arguments = parser.parse_args()
 
-    settings = settings_of(arguments)
+    settings, beginning = settings_of(arguments), None
+    if arguments.train_on:
+        settings = settings_of(arguments, FURTHER)
+        beginning = read_networks(arguments.train_on)[arguments.element]
     surroundings = load_surroundings(surroundings_path(arguments.work), settings.with_validation)
-    network = best_network(surroundings, arguments.element, settings)
+    network = best_network(surroundings, arguments.element, settings, beginning)
     np.savez(student_path(arguments.work, arguments.element), *network)
     return 0
 

@@ -3,17 +3,21 @@
 
     python3 training/train.py --work DIR --output src/AtomTyperWeights.cpp
     python3 training/train.py --work DIR --without-validation
+    python3 training/train.py --work DIR --train-on src/AtomTyperWeights.cpp
 
 The settings stand in settings.py. DIR gets what the stages leave behind, weights.json, the source
 file (if --output names no other) and train.log. A stage whose results lie there, made with the same
 settings, is not run again: an interrupted training goes on where it was. After changes to data or
 code, take another folder.
+
+--train-on begins with networks that there are: some are trained on, the others stay.
 """
 
 import argparse
 import contextlib
 import copy
 import dataclasses
+import hashlib
 import io
 import json
 import subprocess
@@ -25,13 +29,14 @@ from pathlib import Path
 import one_thread  # noqa: F401  ahead of numpy and torch
 import numpy as np
 
+import fluorine_rule
 import folding
 import write_weights
 from evaluate_weights import calc_probabilities, print_accuracy, read_networks, read_substitutes
 from molecules import (DATA, DRUG_LIKE, DRUG_LIKE_VARIANT, EXTRA, NO_LABEL, PUBLISHED_SETS,
                        SET_NAMES, SPECIAL, TRAIN, VALIDATION, VARIANT, bare_atoms, drug_like_atoms,
                        evaluation_form, joined, load_atoms, published_atoms, read_published, tables)
-from settings import add_arguments, arguments_of, settings_of
+from settings import FURTHER, add_arguments, arguments_of, settings_of
 from student import read_student
 from surroundings import Surroundings, surroundings_path
 from variants import variants_of
@@ -55,9 +60,10 @@ class Log:
 
 
 class Training:
-    def __init__(self, work, settings, options, processes):
+    def __init__(self, work, settings, options, processes, beginning=None):
+        """`beginning` is the path of networks to train on."""
         self._work, self._settings, self._options = work, settings, options
-        self._processes = processes
+        self._processes, self._beginning = processes, beginning
         self._log = Log(work / "train.log")
 
     def run(self):
@@ -76,9 +82,16 @@ class Training:
 
         self._side_by_side([
             (f"student-{element}",
-             key + [dataclasses.asdict(student), settings.output_margin],
-             ["student.py", "--element", str(element)])
+             key + [dataclasses.asdict(student), settings.output_margin, *self._hash_of_beginning()],
+             ["student.py", "--element", str(element), *self._train_on()])
             for element, student in settings.students.items()])
+
+    def _hash_of_beginning(self):
+        return ([hashlib.sha256(self._beginning.read_bytes()).hexdigest()] if self._beginning
+                else [])
+
+    def _train_on(self):
+        return ["--train-on", str(self._beginning)] if self._beginning else []
 
     def _stage(self, name, key, function):
         """Runs a stage unless it has been run with the same settings."""
@@ -130,13 +143,18 @@ class Training:
         for name, part in zip(SET_NAMES, parts):
             self._log(f"{name}: {part.num_molecules()} molecules, {len(part.elements)} atoms, "
                       f"{np.count_nonzero(part.labels != NO_LABEL)} labels")
-        joined(parts).save(self._work / "atoms.npz")
+        self._with_fluorine_rule(joined(parts)).save(self._work / "atoms.npz")
+
+    def _with_fluorine_rule(self, atoms):
+        self._log(f"types around carbons with fluorine: {fluorine_rule.apply_to(atoms)} labels "
+                  "corrected")
+        return atoms
 
     def _make_surroundings(self):
         with np.load(self._work / "atoms.npz") as arrays:
             atoms = load_atoms(arrays)
         atoms = joined([self._with_more_labels(atoms), *self._labelled_variants(atoms)])
-        surroundings = Surroundings(atoms)
+        surroundings = Surroundings(self._with_fluorine_rule(atoms))
         self._log("classes of 2, 4 and 6 bonds: "
                   + ", ".join(str(len(examples)) for examples in surroundings.examples))
         surroundings.save(surroundings_path(self._work))
@@ -179,13 +197,18 @@ class Training:
 
     def write_weights(self, output, note):
         """Writes the networks as JSON and as the program's source file."""
-        networks = {element: read_student(self._work, element) for element in tables.names}
+        networks = {element: self._network(element) for element in tables.names}
         data = folding.json_form(networks, note=note)
         (self._work / "weights.json").write_text(json.dumps(data), encoding="utf-8")
         write_weights.write_source(output, write_weights.networks_of_json(data), note)
         least = min(array.min() for network in networks.values() for array in network)
         most = max(array.max() for network in networks.values() for array in network)
         self._log(f"{output}: numbers from {least:.2f} to {most:.2f}")
+
+    def _network(self, element):
+        if element in self._settings.students:
+            return read_student(self._work, element)
+        return folding.network_of(read_networks(self._beginning)[element])
 
     def evaluate(self, path):
         """Prints how the written networks do, computed as the program computes.
@@ -228,15 +251,20 @@ def main():
     parser.add_argument("--output", type=Path, help="the source file to write")
     parser.add_argument("--processes", type=int, default=2,
                         help="that run side by side (2)")
+    parser.add_argument("--train-on", type=Path, metavar="WEIGHTS",
+                        help="begin with the networks in this source file or JSON form of it")
     add_arguments(parser)
     arguments = parser.parse_args()
 
     arguments.work.mkdir(parents=True, exist_ok=True)
-    settings, options = settings_of(arguments), arguments_of(arguments)
+    settings = settings_of(arguments, FURTHER if arguments.train_on else None)
+    options = arguments_of(arguments)
     output = arguments.output or arguments.work / "AtomTyperWeights.cpp"
-    training = Training(arguments.work, settings, options, arguments.processes)
+    training = Training(arguments.work, settings, options, arguments.processes,
+                        arguments.train_on)
     training.run()
-    training.write_weights(output, note_of(settings, options))
+    training.write_weights(output, note_of(settings, options + (
+        ["--train-on WEIGHTS"] if arguments.train_on else [])))
     is_right = training.evaluate(output)
     return 0 if is_right or arguments.trial else 1
 

@@ -561,15 +561,22 @@ def take_hydrogens(molecule, chance, _partners):
 
 
 def fluorinate(molecule, chance, _partners):
-    """All hydrogens of a saturated carbon become fluorine."""
-    atoms = [atom for atom in molecule.elements
-             if molecule.is_saturated_carbon(atom) and len(molecule.hydrogens(atom)) > 1]
+    """All hydrogens of a saturated carbon become fluorine, and maybe those of the next ones in a chain."""
+    def may_be_fluorinated(atom, least):
+        return molecule.is_saturated_carbon(atom) and len(molecule.hydrogens(atom)) >= least
+
+    atoms = [atom for atom in molecule.elements if may_be_fluorinated(atom, 2)]
     if not atoms:
         return False
     atom = chance.choice(atoms)
-    for hydrogen in molecule.hydrogens(atom):
-        molecule.elements[hydrogen] = F
-    return True
+    while True:
+        for hydrogen in molecule.hydrogens(atom):
+            molecule.elements[hydrogen] = F
+        following = [other for other in molecule.heavy_neighbours(atom)
+                     if may_be_fluorinated(other, 1)]
+        if not following or chance.random() < 0.4:
+            return True
+        atom = chance.choice(following)
 
 
 def join(molecule, chance, partners):
@@ -608,11 +615,11 @@ def cut_bond(molecule, chance, _partners):
     return True
 
 
-EDITS = ((0.22, swap_element), (0.18, replace_hydrogen), (0.10, remove_end), (0.04, lengthen),
+EDITS = ((0.21, swap_element), (0.18, replace_hydrogen), (0.10, remove_end), (0.04, lengthen),
          (0.04, shorten), (0.04, close_ring), (0.04, bridge), (0.04, fuse_ring), (0.04, join),
          (0.02, cut_bond), (0.04, contract_ring), (0.03, expand_ring), (0.03, make_lactam),
          (0.02, unmake_lactam), (0.02, saturate), (0.02, desaturate), (0.04, add_hydrogens),
-         (0.03, take_hydrogens), (0.01, fluorinate))
+         (0.03, take_hydrogens), (0.02, fluorinate))
 
 
 def variant_of(molecule, chance, partners, edit_counts):
