@@ -664,6 +664,34 @@ TEST(AtomTyperTrained, TypesFourWellKnownMolecules) {
   EXPECT_EQ(count, 4);
 }
 
+// CF3, so many CF2 and CF3, in a chain.
+Molecule Perfluoroalkane(int num_between) {
+  std::vector<int> elements(num_between + 2, 6);
+  std::vector<int> bonds;
+  const int last = num_between + 1;
+  for (int carbon = 0; carbon <= last; ++carbon) {
+    if (carbon > 0) bonds.insert(bonds.end(), {carbon - 1, carbon});
+    const int num_fluorines = carbon == 0 || carbon == last ? 3 : 2;
+    for (int i = 0; i < num_fluorines; ++i) {
+      bonds.insert(bonds.end(), {carbon, static_cast<int>(elements.size())});
+      elements.push_back(9);
+    }
+  }
+  return MoleculeOf(elements, bonds);
+}
+
+TEST(AtomTyperTrained, TellsTheCarbonsOfPerfluorinatedChainsApart) {
+  const AtomTyper typer;
+  for (int num_between = 0; num_between <= 10; ++num_between) {
+    Names expected(num_between + 2, "CG312");
+    expected.front() = expected.back() = "CG302";
+    expected.insert(expected.end(), 3, "FGA3");
+    expected.insert(expected.end(), 2 * num_between, "FGA2");
+    expected.insert(expected.end(), 3, "FGA3");
+    EXPECT_EQ(SparseTypes(typer, Perfluoroalkane(num_between)), expected) << num_between;
+  }
+}
+
 // Molecules that the networks have learnt, too; how often they are right on others is told by the
 // test typing_accuracy.
 TEST(AtomTyperTrained, TypesPublishedMolecules) {

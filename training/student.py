@@ -129,6 +129,11 @@ class Lessons:
         groups = published * max(1, round(len(self.batches) / published * left / rows))
         return [self._batch(group, groups, sieve) for group in range(groups)]
 
+    def _weights(self, atoms):
+        """Within a source. Which types of variants stand in for forbidden ones is not known."""
+        return np.where(self._surroundings.atoms.reachable[atoms], 1.0,
+                        self._settings.substitute_weight)
+
     def _batch(self, group, groups, sieve=None):
         """The weights are those without a sieve, which then makes up for what it keeps back."""
         settings = self._settings
@@ -136,12 +141,12 @@ class Lessons:
         published = np.concatenate([
             self._of_group(self._published[~special], group, settings.published_groups),
             self._published[special]])
-        weights = np.ones(len(published))
+        weights = self._weights(published)
         weights[len(published) - np.count_nonzero(special):] = settings.special_weight
         parts = [(published, weights, settings.published_share)]
         for atoms, share in self._others:
             atoms = self._of_group(atoms, group, groups)
-            parts.append((atoms, np.ones(len(atoms)), share))
+            parts.append((atoms, self._weights(atoms), share))
         parts = [(atoms, weights * (share / weights.sum())) for atoms, weights, share in parts
                  if len(atoms)]
         if sieve is not None:
