@@ -166,6 +166,21 @@ class Check:
         losses = -np.log(batch.probabilities(network)) * batch.weights
         self._compare(what + "probabilities", losses.sum(), batch.loss(network, 0.0), TOLERANCE)
 
+    def memory(self, element):
+        """Where the arrays lie in memory makes no difference at all."""
+        chosen = np.flatnonzero(self._atoms.elements == element)
+        batch = self._surroundings.Batch(self._all, element, chosen, np.ones(len(chosen)))
+        network = self._network(element)
+        found = []
+        for shift in range(0, 16, 4):
+            probabilities = np.empty(len(batch.atoms) + 16, np.float32)
+            first = (shift - probabilities.ctypes.data // 4) % 16
+            probabilities = probabilities[first:first + len(batch.atoms)]
+            batch._run(batch._padded(network), 0.0, probabilities=probabilities)
+            found.append(probabilities)
+        self._require(f"element {element}: the same probabilities wherever they are written",
+                      all(np.array_equal(each, found[0]) for each in found))
+
     def folded_network(self, element):
         """Probabilities of the folded network among the allowed types, whose outputs it shifts."""
         network = self._network(element)
@@ -306,6 +321,7 @@ def main():
     for element in ELEMENTS:
         check.outputs_above_zero(element)
         check.network_to_train_on(element)
+        check.memory(element)
     if check.num_faults == 0:
         print("loss, gradients, folded networks, ring classes, revived channels and sieves are as"
               " expected")

@@ -160,7 +160,11 @@ double loss_of_rows(float* outputs, int rows, int num_channels, const int32_t* l
   for (int row = 0; row < rows; ++row)
     sum[row] = Eigen::Map<Numbers>(outputs + at(row, num_channels), num_channels).sum();
   const Numbers log_probability = right - sum.log();
-  if (probability != nullptr) Eigen::Map<Numbers>(probability, rows) = log_probability.exp();
+  if (probability != nullptr) {
+    // Written at once, the last digits would depend on where the caller's memory begins.
+    const Numbers probabilities = log_probability.exp();
+    Eigen::Map<Numbers>(probability, rows) = probabilities;
+  }
   Numbers slope = weight;
   double loss = 0.0;
   if (q > 0.0f) {
