@@ -255,6 +255,8 @@ def main():
                         help="begin with the networks in this source file or JSON form of it")
     add_arguments(parser)
     arguments = parser.parse_args()
+    if arguments.train_on and not arguments.train_on.is_file():
+        parser.error(f"{arguments.train_on} is not there")
 
     arguments.work.mkdir(parents=True, exist_ok=True)
     settings = settings_of(arguments, FURTHER if arguments.train_on else None)
