@@ -36,7 +36,8 @@ EXAMPLES = (
     ("C1 C0@0 F0@1 F0@1 C2@1 C2@4 C2@5 C2@0,6", "- CG2R66 FGA2 FGA2 - - - -"),
     ("C1 C1@0 F0@1 C2@1 C2@3 C2@4 C2@5 C2@0,6", "- CG322 FGA1 - - - - - HGA6"),
     # fluorobenzene, carbonyl fluoride, no fluorine
-    ("C0 C0@0 F0@1 C1@1 C1@3 C1@4 C1@0,5", "- - - - - - -"), ("C0 O0@0 F0@0", "- -"), ("C2 C3@0", "- -"))
+    ("C0 C0@0 F0@1 C1@1 C1@3 C1@4 C1@0,5", "- - - - - - -"), ("C0 O0@0 F0@0", "- -"),
+    ("C2 C3@0", "- -"))
 
 
 def wrong_published():

@@ -6,8 +6,9 @@
 Loss and gradients of the kernel, over classes of surroundings in single precision, are compared
 with those of PyTorch's automatic differentiation over every atom in double precision; the folded
 network, computed as the program computes, with the trained one, which it is turned back into; and
-ring classes with those found by trying all paths. Channels without use must be found, and learn again. What a sieve lets through
-must have the gradient of the whole on average.
+ring classes with those found by trying all paths. Channels without use must be found, and learn
+again. What a sieve lets through must have the gradient of the whole on average. Nothing may depend
+on where arrays lie in memory.
 
 The exit status is 1 if anything differs and 77 where PyTorch, a C++ compiler or Eigen is missing.
 """
@@ -167,7 +168,7 @@ class Check:
         self._compare(what + "probabilities", losses.sum(), batch.loss(network, 0.0), TOLERANCE)
 
     def memory(self, element):
-        """Where the arrays lie in memory makes no difference at all."""
+        """Probabilities are the same to the last digit wherever they are written."""
         chosen = np.flatnonzero(self._atoms.elements == element)
         batch = self._surroundings.Batch(self._all, element, chosen, np.ones(len(chosen)))
         network = self._network(element)
@@ -211,7 +212,7 @@ class Check:
         self._require(f"element {element}: high outputs are not lowered", leasts[1] > lift / 2)
 
     def network_to_train_on(self, element):
-        """A folded network turned back makes the same choices, with outputs as far apart as they should."""
+        """A folded network turned back makes the same choices, from outputs as far apart as learnt."""
         lessons = self._lessons(element)
         batch = lessons.batches[0]
         network = self._trained_network(element, batch)

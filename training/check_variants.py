@@ -119,7 +119,7 @@ def wrong_paths():
 
 
 def wrong_chains(chance):
-    """Fluorine must come on one carbon, on two and on three, always side by side and on all of a carbon."""
+    """Fluorine must come on one carbon, on two and on three, side by side, and leave no hydrogen there."""
     wrong, lengths = [], set()
     for _ in range(ROUNDS):
         molecule = methylated("C2 C2@0 O1@1")

@@ -2,8 +2,8 @@
 
 In all molecules with published types one, two or three fluorines on a carbon with four neighbours
 give all of them one type each, and the hydrogens beside them, too; the carbon's type follows unless
-it is in a ring of three to five. There are too few of them to learn that from: networks take every
-such carbon without hydrogen for that of trifluoromethyl.
+it is in a ring of three to five. There are too few of them to learn that from: networks have taken
+carbons with two fluorines and no hydrogen for those of trifluoromethyl.
 """
 
 import numpy as np

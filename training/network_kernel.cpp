@@ -161,7 +161,7 @@ double loss_of_rows(float* outputs, int rows, int num_channels, const int32_t* l
     sum[row] = Eigen::Map<Numbers>(outputs + at(row, num_channels), num_channels).sum();
   const Numbers log_probability = right - sum.log();
   if (probability != nullptr) {
-    // Written at once, the last digits would depend on where the caller's memory begins.
+    // Written straight there, the last digits would depend on where the caller's memory begins.
     const Numbers probabilities = log_probability.exp();
     Eigen::Map<Numbers>(probability, rows) = probabilities;
   }

@@ -112,8 +112,8 @@ STUDENTS = {
 }
 
 # To train on from networks that are there, at a rate that leaves them what they have learnt; those of
-# elements that are not named stay as they are. Carbon sees more of published molecules than at first,
-# and a higher exponent comes closer to counting atoms that are wrong.
+# elements that are not named stay as they are. Carbon is shown more of the published molecules than at
+# first, since it is still short of these.
 FURTHER = {
     6: replace(STUDENTS[6], steps=120000, rate=0.01, seeds=(1,), rounds=(), q_end=0.0,
                revive_begin=1.0, sift_every=20000, published_share=0.30,

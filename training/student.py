@@ -51,8 +51,8 @@ def first_network(num_types, random):
 def network_to_train_on(layers, lessons, q):
     """A network of the program in the form of the training; q is the exponent of the loss.
 
-    Folding has squeezed its outputs and added a constant to them. What scale they had is not known any more:
-    the one with the least loss is taken.
+    Folding has squeezed its outputs and added a constant to them. What scale they had is not known
+    any more: the one with the least loss is taken.
     """
     network = with_whitened_inputs(network_of(layers), *lessons.whitening())
     network[5] = network[5] - network[5].mean()
@@ -130,7 +130,7 @@ class Lessons:
         return [self._batch(group, groups, sieve) for group in range(groups)]
 
     def _weights(self, atoms):
-        """Within a source. Which types of variants stand in for forbidden ones is not known."""
+        """Within a source. For variants it is not known which labels stand in for forbidden types."""
         return np.where(self._surroundings.atoms.reachable[atoms], 1.0,
                         self._settings.substitute_weight)
 
