@@ -119,8 +119,8 @@ void EndIfBondLeavesAtoms(const TermList& bonds, std::size_t atoms) {
   for (std::size_t i = 0; i < ends.size(); ++i) {
     if (ends[i] < 0 || static_cast<std::size_t>(ends[i]) >= atoms) {
       const std::size_t bond = i / 2 * 2;
-      RAVELO_FAIL("The bond %d-%d is wrong: there are atoms from 1 to %d only.", ends[bond] + 1,
-                  ends[bond + 1] + 1, atoms);
+      RAVELO_FAIL("The bond %d-%d is wrong: there are atoms from 1 to %d only.",
+                  ShiftedIndex(ends[bond], 1), ShiftedIndex(ends[bond + 1], 1), atoms);
     }
   }
 }

@@ -460,6 +460,14 @@ TEST(PSFLoad, StoresIndicesThatAreOutOfRange) {
   EXPECT_EQ(TermsOf(topology.GetImpropers()), (Terms{{-1, 2147483647, 6, 2}}));
 }
 
+TEST(PSFLoad, TellsTheLowestNumberOfABadBondAsTheFileHasIt) {
+  EXPECT_EQ(MessageOf([&] {
+              Topology topology = Read(kHead + "1\n1 -2147483648\n\n" + kFourEmpty);
+              topology.BuildAnglesAndDihedrals();
+            }),
+            "Error occurs: The bond 1--2147483648 is wrong: there are atoms from 1 to 3 only.");
+}
+
 TEST(PSFLoad, LeavesABadBondToTheNextUse) {
   const std::string text = kHead + "2\n1 2 3 4\n\n" + kFourEmpty;
   const std::string message =
