@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <string>
 
 #include "CHARMMTopology.h"
@@ -98,6 +100,57 @@ void CompleteResidues(benchmark::State& state) {
   SetComplexity(molecule, state);
 }
 
+std::string NameInChain(int atom) {
+  return "C" + std::to_string(atom);
+}
+
+// A template of a chain of carbons.
+TopologyLibrary LibraryOfChain(int atoms) {
+  std::string text = "RESI BIG 0\n";
+  for (int i = 0; i < atoms; ++i) text += "ATOM " + NameInChain(i) + " CT2 0\n";
+  for (int i = 1; i < atoms; ++i) {
+    text += "BOND " + NameInChain(i - 1) + ' ' + NameInChain(i) + '\n';
+  }
+  for (int i = 3; i < atoms; ++i) {
+    text += "IC";
+    for (int k = i - 3; k <= i; ++k) text += ' ' + NameInChain(k);
+    text += " 1.5 111.0 180.0 111.0 1.5\n";
+  }
+  const std::string path = InTemporaryFolder("ravelo-benchmark.rtf");
+  std::ofstream(path) << text;
+  TopologyLibrary library;
+  library.Build(path);
+  std::filesystem::remove(path);
+  return library;
+}
+
+// A sheet or a polymer may be one residue. Here every other atom of it is to be added.
+void CompleteAndBuildOneLargeResidue(benchmark::State& state) {
+  const int atoms = static_cast<int>(state.range(0));
+  static std::map<int, TopologyLibrary> libraries;  // a benchmark runs more than once
+  if (!libraries.contains(atoms)) libraries.emplace(atoms, LibraryOfChain(atoms));
+  const TopologyLibrary& library = libraries.at(atoms);
+  PDB half;
+  for (int i = 0; i < atoms; i = i < 3 ? i + 1 : i + 2) {
+    PDB::Atom& atom = half.atoms.emplace_back();
+    atom.Name = NameInChain(i);
+    atom.ResName = "BIG";
+    atom.ChainID = "A";
+    atom.ResSeq = 1;
+    atom.Coord = orvane::Vec3D(1.25 * i, i % 2, i % 3);
+  }
+  half.Analyze();
+  PDB molecule;
+  for (auto _ : state) {
+    state.PauseTiming();
+    molecule = half;
+    state.ResumeTiming();
+    molecule.AddMissingHydrogens(library);
+    molecule.BuildTopology(library);
+  }
+  SetComplexity(molecule, state);
+}
+
 void BuildTopology(benchmark::State& state) {
   PDB molecule = Copies(static_cast<int>(state.range(0)));
   molecule.AddMissingHydrogens(Library());
@@ -160,6 +213,11 @@ void OverSizes(benchmark::internal::Benchmark* benchmark) {
 
 BENCHMARK(ReadPDB)->Apply(OverSizes);
 BENCHMARK(CompleteResidues)->Apply(OverSizes);
+BENCHMARK(CompleteAndBuildOneLargeResidue)
+    ->RangeMultiplier(4)
+    ->Range(1000, 64000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity();
 BENCHMARK(BuildTopology)->Apply(OverSizes);
 BENCHMARK(PatchEveryChainEnd)->Apply(OverSizes);
 BENCHMARK(DeriveAnglesAndDihedrals)->Apply(OverSizes);

@@ -51,7 +51,7 @@ struct MostSweeps {
   }
 };
 constexpr MostSweeps kMostWithContacts = {200'000, 100};
-constexpr MostSweeps kMostWithoutContacts = {20'000, 4};
+constexpr MostSweeps kMostWithoutContacts = {2'000, 4};
 
 // How far rounding may take an atom from its place; far below the margin of the contacts.
 constexpr double kTolerance = 1e-8;

@@ -13,19 +13,19 @@ namespace orvane {
 
 namespace {
 
-// A place in an edited molecule: residue first, so that places compare as positions do.
-constexpr int kPositionBits = 32;
+// A place in an edited molecule: the residue, and the entry that calls the atom there.
+constexpr int kEntryBits = 32;
 
-NamedAtoms::Place PlaceOf(int residue, int position) {
-  return (static_cast<NamedAtoms::Place>(residue) << kPositionBits) | position;
+NamedAtoms::Place PlaceOf(int residue, int entry) {
+  return (static_cast<NamedAtoms::Place>(residue) << kEntryBits) | entry;
 }
 
 int ResidueOf(NamedAtoms::Place place) {
-  return static_cast<int>(place >> kPositionBits);
+  return static_cast<int>(place >> kEntryBits);
 }
 
-int PositionInResidue(NamedAtoms::Place place) {
-  return static_cast<int>(place & ((NamedAtoms::Place{1} << kPositionBits) - 1));
+int EntryIn(NamedAtoms::Place place) {
+  return static_cast<int>(place & ((NamedAtoms::Place{1} << kEntryBits) - 1));
 }
 
 // Puts items into a new order within their own storage. The numbers in `order` below `before` stand
@@ -54,12 +54,19 @@ void PutInOrder(const std::vector<int>& order, int before, std::deque<Item>& new
 }  // namespace
 
 NamedAtoms::Place ResidueEditor::EditedAtoms::Find(int residue, std::string_view name) const {
-  const int position = editor_.PositionOf(residue, name);
-  return position < 0 ? kNowhere : PlaceOf(residue, position);
+  const int entry = editor_.EntryOf(residue, name);
+  return entry == ResidueAtoms::kNone ? kNowhere : PlaceOf(residue, entry);
+}
+
+bool ResidueEditor::EditedAtoms::ComesBefore(Place place, Place other) const {
+  const int residue = ResidueOf(place);
+  const ResidueAtoms* const edit = editor_.EditOf(residue);
+  if (ResidueOf(other) != residue || edit == nullptr) return place < other;
+  return edit->ComesBefore(EntryIn(place), EntryIn(other));
 }
 
 int ResidueEditor::EditedAtoms::IndexAt(Place place) const {
-  return editor_.AtomInResidue(ResidueOf(place), PositionInResidue(place));
+  return editor_.AtomAtEntry(ResidueOf(place), EntryIn(place));
 }
 
 const Vec3D& ResidueEditor::EditedAtoms::CoordAt(Place place) const {
@@ -72,11 +79,8 @@ ResidueEditor::ResidueEditor(PDB& molecule, const std::map<std::string, double>&
       masses_(masses),
       with_topology_(with_topology),
       atoms_before_(molecule.numAtoms),
-      edit_of_residue_(static_cast<std::size_t>(molecule.numResidues), -1) {}
-
-const std::string& ResidueEditor::NameOf(int atom) const {
-  return IsNew(atom) ? new_atoms_[atom - atoms_before_].Name : molecule_.atomNames[atom];
-}
+      edit_of_residue_(static_cast<std::size_t>(molecule.numResidues), -1),
+      unedited_atoms_(std::in_place, molecule) {}
 
 PDB::Atom& ResidueEditor::AtomAt(int atom) {
   return IsNew(atom) ? new_atoms_[atom - atoms_before_] : molecule_.atoms[atom];
@@ -90,40 +94,49 @@ MolecularMechanicsTopology::Atom& ResidueEditor::TopologyAtomAt(int atom) {
   return IsNew(atom) ? new_topology_atoms_[atom - atoms_before_] : molecule_.tmpAtoms[atom];
 }
 
-int ResidueEditor::SizeOf(int residue) const {
+const ResidueAtoms* ResidueEditor::EditOf(int residue) const {
   const int edit = edit_of_residue_[residue];
-  if (edit >= 0) return static_cast<int>(edited_residues_[edit].size());
+  return edit < 0 ? nullptr : &edited_residues_[edit];
+}
+
+int ResidueEditor::SizeOf(int residue) const {
+  if (const ResidueAtoms* const edit = EditOf(residue)) return edit->size();
   return molecule_.residueLastAtoms[residue] - molecule_.residueFirstAtoms[residue] + 1;
 }
 
-int ResidueEditor::AtomInResidue(int residue, int position) const {
-  const int edit = edit_of_residue_[residue];
-  return edit >= 0 ? edited_residues_[edit][position]
-                   : molecule_.residueFirstAtoms[residue] + position;
+// Entries are positions where no atoms have changed, as they were where some have.
+int ResidueEditor::EntryOf(int residue, std::string_view name) const {
+  if (residue < 0 || residue >= molecule_.numResidues) return ResidueAtoms::kNone;
+  if (const ResidueAtoms* const edit = EditOf(residue)) return edit->Find(name);
+  const NamedAtoms::Place atom = unedited_atoms_->Find(residue, name);
+  return atom == NamedAtoms::kNowhere
+             ? ResidueAtoms::kNone
+             : static_cast<int>(atom) - molecule_.residueFirstAtoms[residue];
 }
 
-int ResidueEditor::PositionOf(int residue, std::string_view name) const {
-  if (residue < 0 || residue >= molecule_.numResidues) return -1;
-  const int edit = edit_of_residue_[residue];
-  if (edit < 0) {
-    const int atom = molecule_.GetAtomIndex(residue, name);
-    return atom < 0 ? -1 : atom - molecule_.residueFirstAtoms[residue];
-  }
-  const std::vector<int>& atoms = edited_residues_[edit];
-  for (std::size_t i = 0; i < atoms.size(); ++i) {
-    if (NameOf(atoms[i]) == name) return static_cast<int>(i);
-  }
-  return -1;
+int ResidueEditor::AtomAtEntry(int residue, int entry) const {
+  if (const ResidueAtoms* const edit = EditOf(residue)) return edit->NumberOf(entry);
+  return molecule_.residueFirstAtoms[residue] + entry;
 }
 
-std::vector<int>& ResidueEditor::Open(int residue) {
+template <typename Call>
+void ResidueEditor::ForEachAtom(int residue, const Call& call) const {
+  if (const ResidueAtoms* const edit = EditOf(residue)) {
+    edit->ForEach(call);
+    return;
+  }
+  const int end = molecule_.residueLastAtoms[residue] + 1;
+  for (int atom = molecule_.residueFirstAtoms[residue]; atom < end; ++atom) call(atom);
+}
+
+ResidueAtoms& ResidueEditor::Open(int residue) {
   int& edit = edit_of_residue_[residue];
   if (edit < 0) {
     const int first = molecule_.residueFirstAtoms[residue];
-    const int size = SizeOf(residue);
+    const std::span<const std::string> names(&molecule_.atomNames[first],
+                                             static_cast<std::size_t>(SizeOf(residue)));
     edit = static_cast<int>(edited_residues_.size());
-    std::vector<int>& atoms = edited_residues_.emplace_back();
-    for (int i = 0; i < size; ++i) atoms.push_back(first + i);
+    edited_residues_.emplace_back(first, names);
     atoms_changed_ = true;
   }
   return edited_residues_[edit];
@@ -131,14 +144,13 @@ std::vector<int>& ResidueEditor::Open(int residue) {
 
 void ResidueEditor::DeleteAtoms(int residue, const TopologyLibrary::Residue& patch) {
   for (const std::array<std::string, 2>& deletion : patch.deleted_atoms) {
-    const int position = PositionOf(residue, deletion[1]);
-    if (position < 0) {
+    const int entry = EntryOf(residue, deletion[1]);
+    if (entry == ResidueAtoms::kNone) {
       RAVELO_FAIL("Atom \"%s\" is missing in residue %s%d at chain %s and cannot be deleted.",
                   deletion[1], molecule_.residueNames[residue], molecule_.residueSeqs[residue],
                   molecule_.residueChains[residue]);
     }
-    std::vector<int>& atoms = Open(residue);
-    atoms.erase(atoms.begin() + position);
+    Open(residue).TakeOut(entry);
   }
 }
 
@@ -153,8 +165,8 @@ void ResidueEditor::UpdateAtom(int atom, const TopologyLibrary::Residue& patch, 
 void ResidueEditor::AddAtom(int residue, const TopologyLibrary::Residue& patch, std::size_t entry,
                             std::vector<std::string>& to_place) {
   const std::string& name = patch.atom_names[entry];
-  std::vector<int>& atoms = Open(residue);
-  PDB::Atom atom = AtomAt(atoms.back());
+  ResidueAtoms& atoms = Open(residue);
+  PDB::Atom atom = AtomAt(atoms.NumberOf(atoms.Last()));
   atom.Name = name;
   const bool placed = GuessCoordAmong(EditedAtoms(*this), residue, name, patch, atom.Coord);
   // A hydrogen is placed again when all atoms of the record are there.
@@ -162,13 +174,9 @@ void ResidueEditor::AddAtom(int residue, const TopologyLibrary::Residue& patch, 
   atom.Column77 = atom.Element = name.substr(0, 1);
 
   // Behind the nearest atom of the record in front of it, or else at the head of the residue.
-  int place = 0;
-  for (std::size_t earlier = entry; earlier-- > 0;) {
-    const int position = PositionOf(residue, patch.atom_names[earlier]);
-    if (position >= 0) {
-      place = position + 1;
-      break;
-    }
+  int in_front = ResidueAtoms::kNone;
+  for (std::size_t earlier = entry; earlier-- > 0 && in_front == ResidueAtoms::kNone;) {
+    in_front = atoms.Find(patch.atom_names[earlier]);
   }
   if (with_topology_) {
     MolecularMechanicsTopology::Atom& topology_atom = new_topology_atoms_.emplace_back();
@@ -182,8 +190,9 @@ void ResidueEditor::AddAtom(int residue, const TopologyLibrary::Residue& patch, 
     topology_atom.residue_name = atom.ResName;
     topology_atom.residue_sn = atom.ResSeq;
   }
-  atoms.insert(atoms.begin() + place, atoms_before_ + static_cast<int>(new_atoms_.size()));
+  const int number = atoms_before_ + static_cast<int>(new_atoms_.size());
   new_atoms_.push_back(std::move(atom));
+  atoms.PutBehind(in_front, number, new_atoms_.back().Name);
 }
 
 void ResidueEditor::PatchResidueCore(int residue, const TopologyLibrary::Residue& patch,
@@ -205,12 +214,12 @@ void ResidueEditor::PatchResidueCore(int residue, const TopologyLibrary::Residue
   }
   DeleteAtoms(residue, patch);
   to_place.clear();
-  for (std::size_t entry = 0; entry < patch.atom_names.size(); ++entry) {
-    const int position = PositionOf(residue, patch.atom_names[entry]);
-    if (position < 0) {
-      AddAtom(residue, patch, entry, to_place);
+  for (std::size_t i = 0; i < patch.atom_names.size(); ++i) {
+    const int entry = EntryOf(residue, patch.atom_names[i]);
+    if (entry == ResidueAtoms::kNone) {
+      AddAtom(residue, patch, i, to_place);
     } else if (with_topology_) {
-      UpdateAtom(AtomInResidue(residue, position), patch, entry);
+      UpdateAtom(AtomAtEntry(residue, entry), patch, i);
     }
   }
   if (!with_topology_) return;
@@ -226,7 +235,7 @@ void ResidueEditor::PatchResidue(int residue, const TopologyLibrary::Residue& pa
   PatchResidueCore(residue, patch, to_place);
   const EditedAtoms atoms(*this);
   for (const std::string& name : to_place) {
-    Vec3D& coord = AtomAt(AtomInResidue(residue, PositionOf(residue, name))).Coord;
+    Vec3D& coord = AtomAt(AtomAtEntry(residue, EntryOf(residue, name))).Coord;
     if (!GuessCoordAmong(atoms, residue, name, patch, coord)) {
       std::printf(
           "Warning: The position of atom %s in residue %s%d at chain %s cannot be well "
@@ -250,14 +259,12 @@ void ResidueEditor::AddBond(long long atom1, long long atom2) {
 void ResidueEditor::RenameResidue(int residue, const std::string& name) {
   edited_ = true;
   molecule_.residueNames[residue] = name;
-  const int size = SizeOf(residue);
-  for (int i = 0; i < size; ++i) {
-    const int atom = AtomInResidue(residue, i);
+  ForEachAtom(residue, [&](int atom) {
     AtomAt(atom).ResName = name;
     // The topology of another molecule can be shorter.
     const bool in_topology = IsNew(atom) || atom < static_cast<int>(molecule_.tmpAtoms.size());
     if (with_topology_ && in_topology) TopologyAtomAt(atom).residue_name = name;
-  }
+  });
   CommitIfBondLeavesAtoms();
 }
 
@@ -277,12 +284,11 @@ std::vector<int> ResidueEditor::CommitAtoms() {
   std::vector<int> order;
   order.reserve(static_cast<std::size_t>(atoms_before_) + new_atoms_.size());
   for (int residue = 0; residue < molecule_.numResidues; ++residue) {
-    const int size = SizeOf(residue);
     const int first = static_cast<int>(order.size());
-    for (int i = 0; i < size; ++i) order.push_back(AtomInResidue(residue, i));
-    // The size of an unedited residue is read from these bounds, so they change behind that.
+    ForEachAtom(residue, [&](int atom) { order.push_back(atom); });
+    // The atoms of an unedited residue are read from these bounds, so they change behind that.
     molecule_.residueFirstAtoms[residue] = first;
-    molecule_.residueLastAtoms[residue] = first + size - 1;
+    molecule_.residueLastAtoms[residue] = static_cast<int>(order.size()) - 1;
   }
   std::vector<int> new_positions(static_cast<std::size_t>(atoms_before_) + new_atoms_.size(), -1);
   for (std::size_t i = 0; i < order.size(); ++i) new_positions[order[i]] = static_cast<int>(i);
@@ -353,6 +359,7 @@ void ResidueEditor::Clear() {
   atoms_changed_ = edited_ = false;
   std::ranges::fill(edit_of_residue_, -1);
   edited_residues_.clear();
+  unedited_atoms_.emplace(molecule_);
   new_atoms_.clear();
   new_topology_atoms_.clear();
   new_bonds_.clear();

@@ -4,11 +4,13 @@
 
 #include <deque>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "PDB.h"
+#include "ResidueAtoms.h"
 #include "TemplateTerms.h"
 
 namespace orvane {
@@ -49,6 +51,7 @@ class ResidueEditor {
     explicit EditedAtoms(const ResidueEditor& editor)
         : NamedAtoms(editor.molecule_), editor_(editor) {}
     Place Find(int residue, std::string_view name) const override;
+    bool ComesBefore(Place place, Place other) const override;
     int IndexAt(Place place) const override;
     const Vec3D& CoordAt(Place place) const override;
 
@@ -57,15 +60,17 @@ class ResidueEditor {
   };
 
   bool IsNew(int atom) const { return atom >= atoms_before_; }
-  const std::string& NameOf(int atom) const;
   PDB::Atom& AtomAt(int atom);
   const PDB::Atom& AtomAt(int atom) const;
   MolecularMechanicsTopology::Atom& TopologyAtomAt(int atom);
 
+  const ResidueAtoms* EditOf(int residue) const;
   int SizeOf(int residue) const;
-  int AtomInResidue(int residue, int position) const;
-  int PositionOf(int residue, std::string_view name) const;
-  std::vector<int>& Open(int residue);
+  int EntryOf(int residue, std::string_view name) const;
+  int AtomAtEntry(int residue, int entry) const;
+  template <typename Call>
+  void ForEachAtom(int residue, const Call& call) const;
+  ResidueAtoms& Open(int residue);
 
   void DeleteAtoms(int residue, const TopologyLibrary::Residue& patch);
   void UpdateAtom(int atom, const TopologyLibrary::Residue& patch, std::size_t entry);
@@ -87,10 +92,10 @@ class ResidueEditor {
   bool atoms_changed_ = false;
   bool edited_ = false;
 
-  // The atoms, in order, of each residue whose atoms have changed; `edit_of_residue_` is -1 for
-  // others.
+  // The atoms of each residue in which some have changed; `edit_of_residue_` is -1 for others.
   std::vector<int> edit_of_residue_;
-  std::vector<std::vector<int>> edited_residues_;
+  std::vector<ResidueAtoms> edited_residues_;
+  std::optional<MoleculeAtoms> unedited_atoms_;  // anew for each edit
   std::deque<PDB::Atom> new_atoms_;
   std::deque<MolecularMechanicsTopology::Atom> new_topology_atoms_;
   TermList new_bonds_{2};

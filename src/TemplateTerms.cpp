@@ -1,6 +1,8 @@
 // Terms of residue templates, resolved at a residue of a molecule.
 #include "TemplateTerms.h"
 
+#include <span>
+
 #include "ComputationalGeometry.h"
 #include "Error.h"
 
@@ -38,6 +40,17 @@ NamedAtoms::Place FindTermAtom(const NamedAtoms& atoms, int residue, const std::
 
 }  // namespace
 
+NamedAtoms::Place MoleculeAtoms::Find(int residue, std::string_view name) const {
+  if (residue < 0 || residue >= molecule().numResidues) return kNowhere;
+  const int first = molecule().residueFirstAtoms[residue];
+  const int size = molecule().residueLastAtoms[residue] - first + 1;
+  if (size <= ResidueAtoms::kFewAtoms) return molecule().GetAtomIndex(residue, name);
+  const std::span<const std::string> names(&molecule().atomNames[first],
+                                           static_cast<std::size_t>(size));
+  const int position = large_residues_.try_emplace(residue, 0, names).first->second.Find(name);
+  return position == ResidueAtoms::kNone ? kNowhere : first + position;
+}
+
 void AppendResolvedTerms(const NamedAtoms& atoms, int residue, int degrees,
                          const std::vector<std::vector<std::string>>& terms, TermList& resolved) {
   if (degrees != 2 && degrees != 4) {
@@ -62,7 +75,7 @@ void AppendResolvedTerms(const NamedAtoms& atoms, int residue, int degrees,
     int indices[4] = {};
     for (int i = 0; i < degrees; ++i) indices[i] = atoms.IndexAt(places[i]);
     // Equal ends turn a term of four around, too; for a pair it makes no difference.
-    if (places[0] >= places[degrees - 1]) {
+    if (!atoms.ComesBefore(places[0], places[degrees - 1])) {
       for (int i = 0; i < degrees / 2; ++i) std::swap(indices[i], indices[degrees - 1 - i]);
     }
     resolved.push_back(std::span<const int>(indices, static_cast<std::size_t>(degrees)));

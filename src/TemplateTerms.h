@@ -4,9 +4,11 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "PDB.h"
+#include "ResidueAtoms.h"
 
 namespace orvane {
 
@@ -14,7 +16,7 @@ namespace orvane {
 /// molecule as it stands and one in the middle of an edit can both be seen in this way.
 class NamedAtoms {
  public:
-  /// Where an atom stands; places compare as the atoms' positions in the molecule do.
+  /// Where an atom stands.
   using Place = long long;
   static constexpr Place kNowhere = -1;
 
@@ -27,6 +29,9 @@ class NamedAtoms {
   /// The first atom of a name in a residue, or `kNowhere`.
   virtual Place Find(int residue, std::string_view name) const = 0;
 
+  /// Whether one place is in front of another in the molecule; none is in front of itself.
+  virtual bool ComesBefore(Place place, Place other) const = 0;
+
   /// The number by which terms call an atom.
   virtual int IndexAt(Place place) const = 0;
 
@@ -36,17 +41,20 @@ class NamedAtoms {
   const PDB& molecule_;
 };
 
-/// The atoms of a molecule as it stands: places and numbers are positions in `atoms`.
+/// The atoms of a molecule as it stands, which it must do as long as this is used: places and
+/// numbers are positions in `atoms`.
 class MoleculeAtoms final : public NamedAtoms {
  public:
   using NamedAtoms::NamedAtoms;
-  Place Find(int residue, std::string_view name) const override {
-    return molecule().GetAtomIndex(residue, name);
-  }
+  Place Find(int residue, std::string_view name) const override;
+  bool ComesBefore(Place place, Place other) const override { return place < other; }
   int IndexAt(Place place) const override { return static_cast<int>(place); }
   const Vec3D& CoordAt(Place place) const override {
     return molecule().atoms[static_cast<std::size_t>(place)].Coord;
   }
+
+ private:
+  mutable std::unordered_map<int, ResidueAtoms> large_residues_;  // of those searched so far
 };
 
 /// See `PDB::BuildTopologyTerms`; appends to `resolved`.

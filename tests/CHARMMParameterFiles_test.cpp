@@ -92,6 +92,9 @@ TEST(CHARMMParameterFiles, HeadsAreKnownInAnyCaseAndTypesKeepTheirs) {
   EXPECT_TRUE(HasBond(params, "Ct", "hA"));
   EXPECT_FALSE(HasBond(params, "CT", "HA"));
   EXPECT_EQ(params.GetBondParams().size(), 1u);
+  const Params upper = Parsed("BONDS\nCT HA 1 2\n");
+  EXPECT_TRUE(HasBond(upper, "CT", "HA"));
+  EXPECT_FALSE(HasBond(upper, "ct", "ha"));
 }
 
 TEST(CHARMMParameterFiles, TheRestOfAHeadLineIsIgnored) {

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "ComputationalGeometry.h"
+#include "ResidueAtoms.h"
 #include "TestSupport.h"
 
 namespace orvane::testing_support {
@@ -611,6 +612,11 @@ PDB RandomChemistry::Molecule(const TopologyLibrary& library) {
       }
     }
     if (names.empty() || Chance(10)) names.push_back(OneOf(kAtomNames));
+    // Around the number of atoms from which on names are indexed.
+    const int more = Chance(5) ? ResidueAtoms::kFewAtoms - 4 + Below(8) : 0;
+    for (int i = 0; i < more; ++i) {
+      names.push_back(Chance(10) ? OneOf(kAtomNames) : "X" + std::to_string(i));
+    }
     if (Chance(30)) std::shuffle(names.begin(), names.end(), engine_);
     if (Chance(20)) chain = chain == "A" ? "B" : "A";
     for (const std::string& atom : names) {
@@ -630,6 +636,9 @@ PDB RandomChemistry::CompleteMolecule(const TopologyLibrary& library) {
     std::vector<std::string> names = {"CA"};
     const auto record = library.GetResidues().find(name);
     if (record != library.GetResidues().end()) names = record->second.atom_names;
+    // More atoms of the same names.
+    const int more = Chance(5) ? ResidueAtoms::kFewAtoms - 4 + Below(8) : 0;
+    for (int i = 0; i < more; ++i) names.push_back(OneOf(names));
     if (Chance(50)) std::shuffle(names.begin(), names.end(), engine_);
     if (Chance(3)) names.push_back(OneOf(kAtomNames));
     for (const std::string& atom : names) molecule.atoms.push_back(Atom(atom, name, r, "A"));
