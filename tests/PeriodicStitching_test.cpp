@@ -340,6 +340,15 @@ TEST(PeriodicStitching, AVectorThatIsNoNumberMovesNothing) {
   }
 }
 
+TEST(PeriodicStitching, AMoveBackByAVectorKeepsANegativeZero) {
+  Cell cell = CarbonsAt({9.5, 0.5}, {Vec3D(10, 0, 0), Vec3D(0, 50, 0), Vec3D(0, 0, 50)});
+  cell.coords[0].y = -0.0;
+  EXPECT_EQ(StitchFragments(cell.coords, cell.radii, cell.lattice), StitchingEnd::NothingMoves);
+  EXPECT_EQ(cell.coords[0].x, -0.5);
+  EXPECT_TRUE(std::signbit(cell.coords[0].y));
+  EXPECT_FALSE(std::signbit(cell.coords[0].z));
+}
+
 TEST(PeriodicStitching, AFlatCellWithoutEndIsGivenUp) {
   // Three vectors in one plane: no stretch of sweeps can be told to repeat.
   Cell cell = CarbonsAt({0.0, 1.4, 2.8}, {Vec3D(4.2, 0, 0), Vec3D(0, 50, 0), Vec3D(8.4, 50, 0)});
