@@ -11,15 +11,16 @@
 
 namespace orvane {
 
-/// All operations take constant time, but for the first comparison of places behind a change, which
-/// takes one pass; and for residues of few atoms, in which names are looked for one by one.
+/// A list of a residue's atoms. All operations take constant time, whatever its length, but for the
+/// first comparison of places behind a change, which takes one pass; in short lists names are looked
+/// for one by one.
 ///
 /// Atoms are called by entries, which no change alters: an atom of the beginning by its position
 /// then, one put in later by the number of those before it, taken out or not.
 class ResidueAtoms {
  public:
   static constexpr int kNone = -1;
-  static constexpr int kFewAtoms = 64;
+  static constexpr int kFewAtoms = 64;  ///< Up to so many are looked through for a name.
 
   /// The atoms have the numbers `first`, `first` + 1, ... and these names, which must stay where
   /// they are as long as this lives.
