@@ -12,8 +12,8 @@
 namespace orvane {
 
 /// A list of a residue's atoms. All operations take constant time, whatever its length, but for the
-/// first comparison of places behind a change, which takes one pass; in short lists names are looked
-/// for one by one.
+/// first comparison of places behind a change, which takes one pass; in short lists names are
+/// looked for one by one.
 ///
 /// Atoms are called by entries, which no change alters: an atom of the beginning by its position
 /// then, one put in later by the number of those before it, taken out or not.
