@@ -17,35 +17,36 @@ namespace orvane {
 // The order of the names is that of the networks' output channels, sorted or not.
 
 const char* const AtomTyper::HTypes[25] = {
-    "HGA1", "HGA2", "HGA3", "HGA4", "HGA5", "HGA6", "HGA7", "HGAAM0", "HGAAM1", "HGAAM2",
-    "HGP1", "HGP2", "HGP3", "HGP4", "HGP5", "HGPAM1", "HGPAM2", "HGPAM3", "HGR51", "HGR52",
-    "HGR53", "HGR61", "HGR62", "HGR63", "HGR71"};
+    "HGA1",   "HGA2",  "HGA3",  "HGA4",  "HGA5",  "HGA6",  "HGA7",   "HGAAM0", "HGAAM1",
+    "HGAAM2", "HGP1",  "HGP2",  "HGP3",  "HGP4",  "HGP5",  "HGPAM1", "HGPAM2", "HGPAM3",
+    "HGR51",  "HGR52", "HGR53", "HGR61", "HGR62", "HGR63", "HGR71"};
 
 const char* const AtomTyper::BTypes[1] = {"BG201"};
 
 const char* const AtomTyper::CTypes[58] = {
-    "CG1T1", "CG1T2", "CG1N1", "CG2D1", "CG2D2", "CG2D1O", "CG2D2O", "CG2DC1", "CG2DC2",
-    "CG2DC3", "CG2N1", "CG2N2", "CG2O1", "CG2O2", "CG2O3", "CG2O4", "CG2O5", "CG2O6", "CG2O7",
-    "CG2R51", "CG2R52", "CG2R53", "CG2R57", "CG25C1", "CG25C2", "CG251O", "CG252O", "CG2R61",
-    "CG2R62", "CG2R63", "CG2R64", "CG2R66", "CG2R67", "CG2RC0", "CG2R71", "CG2RC7", "CG301",
-    "CG302", "CG311", "CG312", "CG314", "CG321", "CG322", "CG323", "CG324", "CG331", "CG334",
-    "CG3AM0", "CG3AM1", "CG3AM2", "CG3C31", "CG3C41", "CG3C50", "CG3C51", "CG3C52", "CG3C53",
-    "CG3C54", "CG3RC1"};
+    "CG1T1",  "CG1T2",  "CG1N1",  "CG2D1",  "CG2D2",  "CG2D1O", "CG2D2O", "CG2DC1", "CG2DC2",
+    "CG2DC3", "CG2N1",  "CG2N2",  "CG2O1",  "CG2O2",  "CG2O3",  "CG2O4",  "CG2O5",  "CG2O6",
+    "CG2O7",  "CG2R51", "CG2R52", "CG2R53", "CG2R57", "CG25C1", "CG25C2", "CG251O", "CG252O",
+    "CG2R61", "CG2R62", "CG2R63", "CG2R64", "CG2R66", "CG2R67", "CG2RC0", "CG2R71", "CG2RC7",
+    "CG301",  "CG302",  "CG311",  "CG312",  "CG314",  "CG321",  "CG322",  "CG323",  "CG324",
+    "CG331",  "CG334",  "CG3AM0", "CG3AM1", "CG3AM2", "CG3C31", "CG3C41", "CG3C50", "CG3C51",
+    "CG3C52", "CG3C53", "CG3C54", "CG3RC1"};
 
 const char* const AtomTyper::NTypes[29] = {
-    "NG1T1", "NG2D1", "NG2S0", "NG2S1", "NG2S2", "NG2S3", "NG2O1", "NG2P1", "NG2R43", "NG2R50",
-    "NG2R51", "NG2R52", "NG2R53", "NG2R57", "NG2R60", "NG2R61", "NG2R62", "NG2R67", "NG2RC0",
-    "NG301", "NG311", "NG321", "NG331", "NG3C51", "NG3N1", "NG3P0", "NG3P1", "NG3P2", "NG3P3"};
+    "NG1T1",  "NG2D1",  "NG2S0",  "NG2S1",  "NG2S2",  "NG2S3",  "NG2O1",  "NG2P1",
+    "NG2R43", "NG2R50", "NG2R51", "NG2R52", "NG2R53", "NG2R57", "NG2R60", "NG2R61",
+    "NG2R62", "NG2R67", "NG2RC0", "NG301",  "NG311",  "NG321",  "NG331",  "NG3C51",
+    "NG3N1",  "NG3P0",  "NG3P1",  "NG3P2",  "NG3P3"};
 
 const char* const AtomTyper::OTypes[19] = {
-    "OG2D1", "OG2D2", "OG2D3", "OG2D4", "OG2D5", "OG2N1", "OG2P1", "OG2R50", "OG3R60", "OG301",
+    "OG2D1", "OG2D2", "OG2D3", "OG2D4", "OG2D5", "OG2N1",  "OG2P1",  "OG2R50", "OG3R60", "OG301",
     "OG302", "OG303", "OG304", "OG311", "OG312", "OG3C31", "OG3C51", "OG3C61", "OG2S1"};
 
 const char* const AtomTyper::FTypes[5] = {"FGA1", "FGA2", "FGA3", "FGP1", "FGR1"};
 const char* const AtomTyper::PTypes[3] = {"PG0", "PG1", "PG2"};
 
-const char* const AtomTyper::STypes[10] = {
-    "SG2D1", "SG2R50", "SG311", "SG301", "SG302", "SG3O1", "SG3O2", "SG3O3", "SG2P1", "SG2P2"};
+const char* const AtomTyper::STypes[10] = {"SG2D1", "SG2R50", "SG311", "SG301", "SG302",
+                                           "SG3O1", "SG3O2",  "SG3O3", "SG2P1", "SG2P2"};
 
 const char* const AtomTyper::ClTypes[3] = {"CLGA1", "CLGA3", "CLGR1"};
 const char* const AtomTyper::BrTypes[4] = {"BRGA1", "BRGA2", "BRGA3", "BRGR1"};
@@ -54,14 +55,13 @@ const char* const AtomTyper::ITypes[1] = {"IGR1"};
 namespace {
 
 // The ring class that an atom must have to get each type: 5 or 6 if the smallest ring that holds it
-// has so many members, else 0.
-constexpr int CTypeRingSizes[58] = {
-    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 5, 5, 5, 5, 5, 5, 5, 6, 6, 6, 6,
-    6, 6, 6, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 5, 5, 5, 5, 5};
-constexpr int NTypeRingSizes[29] = {
-    0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 5, 5, 5, 5, 6, 6, 6, 6, 6, 0, 0, 0, 0, 5, 0, 0, 0, 0, 0};
-constexpr int OTypeRingSizes[19] = {
-    0, 0, 0, 6, 0, 0, 0, 5, 6, 0, 0, 0, 0, 0, 0, 0, 5, 6, 0};
+// has that many members, else 0.
+constexpr int CTypeRingSizes[58] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5,
+                                    5, 5, 5, 5, 5, 5, 5, 6, 6, 6, 6, 6, 6, 6, 6, 0, 0, 0, 0, 0,
+                                    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 5, 5, 5, 5, 5};
+constexpr int NTypeRingSizes[29] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 5, 5, 5, 5, 6,
+                                    6, 6, 6, 6, 0, 0, 0, 0, 5, 0, 0, 0, 0, 0};
+constexpr int OTypeRingSizes[19] = {0, 0, 0, 6, 0, 0, 0, 5, 6, 0, 0, 0, 0, 0, 0, 0, 5, 6, 0};
 
 // The ring classes of an element's types; none for an element whose types fit every atom.
 std::span<const int> TypeRingSizes(int element) {
@@ -105,11 +105,11 @@ constexpr NetworkShape ShapeOf(int element, const char* const (&types)[N]) {
 
 // In the order in which the weights are listed.
 constexpr NetworkShape kNetworkShapes[] = {
-    ShapeOf(1, AtomTyper::HTypes),   ShapeOf(35, AtomTyper::BrTypes),
-    ShapeOf(5, AtomTyper::BTypes),   ShapeOf(6, AtomTyper::CTypes),
-    ShapeOf(7, AtomTyper::NTypes),   ShapeOf(8, AtomTyper::OTypes),
-    ShapeOf(9, AtomTyper::FTypes),   ShapeOf(15, AtomTyper::PTypes),
-    ShapeOf(16, AtomTyper::STypes),  ShapeOf(17, AtomTyper::ClTypes),
+    ShapeOf(1, AtomTyper::HTypes),  ShapeOf(35, AtomTyper::BrTypes),
+    ShapeOf(5, AtomTyper::BTypes),  ShapeOf(6, AtomTyper::CTypes),
+    ShapeOf(7, AtomTyper::NTypes),  ShapeOf(8, AtomTyper::OTypes),
+    ShapeOf(9, AtomTyper::FTypes),  ShapeOf(15, AtomTyper::PTypes),
+    ShapeOf(16, AtomTyper::STypes), ShapeOf(17, AtomTyper::ClTypes),
     ShapeOf(53, AtomTyper::ITypes),
 };
 
@@ -365,10 +365,9 @@ void AtomTyper::CalcTAGCN(const std::vector<int>& elements, const TermList& bond
   }
   const SparseAdjacency adjacency = NormalisedAdjacency(elements.size(), bonds);
   for (const auto& [element, atoms] : atoms_of) {
-    ForEachOutput(networks.at(element), adjacency, elements, atoms,
-                  [&](int atom, std::span<const double> outputs) {
-                    probabilities[atom] = Softmax(outputs);
-                  });
+    ForEachOutput(
+        networks.at(element), adjacency, elements, atoms,
+        [&](int atom, std::span<const double> outputs) { probabilities[atom] = Softmax(outputs); });
   }
 }
 

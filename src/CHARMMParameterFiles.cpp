@@ -13,6 +13,12 @@ namespace orvane {
 
 namespace {
 
+template <typename Record>
+bool CopyIfFound(const Record* found, Record& out) {
+  if (found != nullptr) out = *found;
+  return found != nullptr;
+}
+
 using Words = std::vector<std::string>;
 using AddLine = void (CHARMMParameterFiles::*)(const Words&);
 
@@ -182,32 +188,24 @@ void CHARMMParameterFiles::AddLennardJonesParams(const Words& words) {
 
 bool CHARMMParameterFiles::GetBondParam(const std::string& a, const std::string& b,
                                         BondParam& out) const {
-  const BondParam* const found = bond_params.Find({a, b});
-  if (found != nullptr) out = *found;
-  return found != nullptr;
+  return CopyIfFound(bond_params.Find({a, b}), out);
 }
 
 bool CHARMMParameterFiles::GetAngleParam(const std::string& a, const std::string& b,
                                          const std::string& c, AngleParam& out) const {
-  const AngleParam* const found = angle_params.Find({a, b, c});
-  if (found != nullptr) out = *found;
-  return found != nullptr;
+  return CopyIfFound(angle_params.Find({a, b, c}), out);
 }
 
 bool CHARMMParameterFiles::GetDihedralParam(const std::string& a, const std::string& b,
                                             const std::string& c, const std::string& d,
                                             std::vector<DihedralParam>& out) const {
-  const std::vector<DihedralParam>* const found = dihedral_params.Find({a, b, c, d});
-  if (found != nullptr) out = *found;
-  return found != nullptr;
+  return CopyIfFound(dihedral_params.Find({a, b, c, d}), out);
 }
 
 bool CHARMMParameterFiles::GetImproperParam(const std::string& a, const std::string& b,
                                             const std::string& c, const std::string& d,
                                             ImproperParam& out) const {
-  const ImproperParam* const found = improper_params.Find({a, b, c, d});
-  if (found != nullptr) out = *found;
-  return found != nullptr;
+  return CopyIfFound(improper_params.Find({a, b, c, d}), out);
 }
 
 bool CHARMMParameterFiles::GetLennardJonesParam(const std::string& type,

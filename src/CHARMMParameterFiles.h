@@ -68,7 +68,8 @@ class CHARMMParameterFiles {
   /// Fits every type where it stands in a key.
   static constexpr std::string_view AtomWildcard = "X";
 
-  /// Names of what was parsed, for messages, which print the last one.
+  /// Names of the sources, for messages, which print the last one. Set by the caller: `Parse` adds
+  /// none.
   std::vector<std::string> filenames;
 
   CHARMMParameterFiles() = default;

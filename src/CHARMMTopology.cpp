@@ -126,8 +126,7 @@ void CHARMMTopology::ReadTopologyFile(const std::string& filename,
   std::vector<std::string> block;
   const auto store_block = [&] {
     TopologyLibrary::Residue residue = ParseResidue(block);
-    std::string name = residue.name;
-    residues[std::move(name)] = std::move(residue);
+    residues[residue.name] = std::move(residue);
     in_block = false;
   };
 
@@ -139,13 +138,13 @@ void CHARMMTopology::ReadTopologyFile(const std::string& filename,
     const bool opens_record = OpensRecord(current);
     if (in_block && opens_record) store_block();
     if (opens_record) {
-      // A header that is the very last line is never parsed, since nothing follows that could end
-      // it.
       block.clear();
       in_block = true;
     }
     if (in_block) {
       block.push_back(Parser::Trim('!', current));
+      // A header that is the very last line is never parsed, since nothing follows that could end
+      // it.
       if (!opens_record && !more) store_block();
     }
     if (IsMassLine(current)) ReadMassLine(current, masses);

@@ -82,8 +82,7 @@ void ReadOptions(cmdline::parser& parser, int argc, const char* const* argv) {
     std::exit(0);
   }
   if (!is_good) {
-    const std::string error = parser.errors.empty() ? "" : parser.errors.front();
-    std::fprintf(stderr, "%s\n%s", error.c_str(), parser.usage().c_str());
+    std::fprintf(stderr, "%s\n%s", parser.errors.front().c_str(), parser.usage().c_str());
     std::exit(1);
   }
 }
@@ -253,8 +252,6 @@ std::vector<int> SuperCellsOf(const cmdline::parser& parser) {
 }  // namespace
 
 CmdArgs::CmdArgs() {
-  // The parser takes the name for its usage text from the command line.
-  parser.program_name.clear();
   for (const OptionRow& row : kOptions) {
     if (row.has_value) {
       parser.add<std::string>(row.name, row.short_name, row.description, false, "");

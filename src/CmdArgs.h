@@ -10,7 +10,7 @@
 namespace orvane {
 
 /// The options of all modes. Every option is accepted in every mode, and a mode's driver reads the
-/// members that it uses. The record is complete after `Parse`; the values told here for absent
+/// members that it uses. The record is complete after `Parse`; the values given here for absent
 /// options are those that `Parse` sets. Atom indices and residue sites are as the user typed them.
 class CmdArgs {
  public:
@@ -53,7 +53,7 @@ class CmdArgs {
   std::vector<double> move;                      ///< --move: three numbers; else zeros.
   std::vector<double> pbc;                       ///< --pbc: six or nine numbers, or empty.
   std::vector<int> superCells;                   ///< --super-cells: three numbers; else zeros.
-  cmdline::parser parser;
+  cmdline::parser parser;                        ///< Holds the declared options.
 };
 
 }  // namespace orvane

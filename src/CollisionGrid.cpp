@@ -11,6 +11,8 @@
 #include <cmath>
 #include <limits>
 
+#include "CellHash.h"
+
 namespace orvane {
 
 namespace {
@@ -30,12 +32,7 @@ std::int64_t CellAlongAxis(double value) {
 }  // namespace
 
 std::size_t CollisionGrid::CellHash::operator()(const Cell& cell) const {
-  std::uint64_t hash = 0;
-  for (const std::int64_t coordinate : {cell.x, cell.y, cell.z}) {
-    hash = (hash ^ static_cast<std::uint64_t>(coordinate)) * 0x9e3779b97f4a7c15u;
-    hash ^= hash >> 32;
-  }
-  return hash;
+  return HashOfCell({cell.x, cell.y, cell.z});
 }
 
 CollisionGrid::Cell CollisionGrid::CellOf(const Vec3D& point) {

@@ -18,6 +18,14 @@ Vec3D DividedBy(const Vec3D& a, double divisor) {
   return {a.x / divisor, a.y / divisor, a.z / divisor};
 }
 
+// The dihedral angle around an axis of length one, from the vectors at right angles to its two
+// halves.
+double AngleAround(const Vec3D& axis, const Vec3D& front, const Vec3D& back) {
+  const Vec3D n1 = Unit(front);
+  const Vec3D n2 = Unit(back);
+  return std::atan2(Dot(n1, Unit(Cross(n2, axis))), Dot(n1, n2));
+}
+
 }  // namespace
 
 Vec3D ComputationalGeometry::CalcCenter(int n, const Vec3D* coords, const double* weights) {
@@ -68,10 +76,7 @@ double ComputationalGeometry::CalcDihedral(const Vec3D& a, const Vec3D& b, const
   const Vec3D b1 = Unit(b - a);
   const Vec3D b2 = Unit(c - b);
   const Vec3D b3 = Unit(d - c);
-  const Vec3D n1 = Unit(Cross(b1, b2));
-  const Vec3D n2 = Unit(Cross(b2, b3));
-  const Vec3D m = Unit(Cross(n2, b2));
-  return std::atan2(Dot(n1, m), Dot(n1, n2));
+  return AngleAround(b2, Cross(b1, b2), Cross(b2, b3));
 }
 
 double ComputationalGeometry::CalcDihedralD1(const Vec3D& a, const Vec3D& b, const Vec3D& c,
@@ -91,10 +96,7 @@ double ComputationalGeometry::CalcDihedralD1(const Vec3D& a, const Vec3D& b, con
   grad[1] = (grad[3] * (r3 * cc) - grad[0] * (r1 * cb)) * (1.0 / r2) - grad[0];
   grad[2] = ((Vec3D() - grad[0]) - grad[1]) - grad[3];
 
-  const Vec3D n1 = Unit(p);
-  const Vec3D n2 = Unit(q);
-  const Vec3D m = Unit(Cross(n2, b2));
-  return std::atan2(Dot(n1, m), Dot(n1, n2));
+  return AngleAround(b2, p, q);
 }
 
 void ComputationalGeometry::CalcCoord(const Vec3D& a, const Vec3D& b, const Vec3D& c, double length,

@@ -6,8 +6,12 @@
 
 namespace orvane {
 
+/// Pi as angles of topology and parameter files are converted with: ten decimals, on which the
+/// output depends.
+inline constexpr double kFilePi = 3.1415926535;
+
 /// Functions over points in Angstrom; angles are in radians. Nothing is checked: zero lengths and
-/// collinear points run through to infinity or NaN, except where told.
+/// collinear points run through to infinity or NaN, except where stated.
 class ComputationalGeometry {
  public:
   ComputationalGeometry() {}
@@ -17,7 +21,8 @@ class ComputationalGeometry {
   /// divided by `n` also with weights, so a centre of mass needs weights scaled to a mean of 1.
   static Vec3D CalcCenter(int n, const Vec3D* coords, const double* weights);
 
-  /// Distance of two points; with its derivatives by them in `grad[0]` and `grad[1]`.
+  /// Distance of two points; `CalcLengthD1` also gives its derivatives with respect to `a` and `b`
+  /// in `grad[0]` and `grad[1]`.
   static double CalcLength(const Vec3D& a, const Vec3D& b);
   static double CalcLengthD1(const Vec3D& a, const Vec3D& b, Vec3D* grad);
 
@@ -45,7 +50,8 @@ class ComputationalGeometry {
   /// the same for the same points.
   static void CalcCoord(const Vec3D& a, const Vec3D& b, double length, double angle, Vec3D& out);
 
-  /// Turns `n` points about their mean by three Euler angles and puts their mean at `center`.
+  /// Turns `n` points about their mean, by -`angle1` about z, then by `angle2` about y, then by
+  /// -`angle3` about z (fixed axes, right-handed), and puts their mean at `center`.
   static void Rotate(double angle1, double angle2, double angle3, const Vec3D& center, int n,
                      Vec3D* coords);
 };

@@ -169,27 +169,37 @@ constexpr int kIndexWidth = 10;
 constexpr int kNameWidth = 8;
 constexpr int kTypeWidth = 6;
 constexpr int kRealWidth = 14;
-constexpr double kRealLimit = 1e6;  // leaves a blank in front of a real number of 14 columns
+// Sign, six digits, point and six decimals fill the 14 columns; a larger number could be rounded up
+// to a seventh digit.
+constexpr int kMostReal = 999999;
 
-void CheckWidth(const char* field, const std::string& text, int width, std::size_t number) {
+// What has to be said of an atom that does not fit: its number, and the file.
+struct AtomPlace {
+  std::size_t number;
+  const std::string& path;
+};
+
+void CheckWidth(const char* field, const std::string& text, int width, const AtomPlace& place) {
   if (!text.empty() && text.size() <= static_cast<std::size_t>(width)) return;
-  RAVELO_FAIL("The %s \"%s\" of atom %d does not fit the PSF file: it may have 1 to %d characters.",
-              field, text, number, width);
+  RAVELO_FAIL(
+      "The %s \"%s\" of atom %d does not fit the PSF file \"%s\": it may have 1 to %d characters.",
+      field, text, place.number, place.path, width);
 }
 
-void CheckReal(const char* field, double value, std::size_t number) {
-  if (std::fabs(value) < kRealLimit) return;
-  RAVELO_FAIL("The %s of atom %d does not fit the PSF file.", field, number);
+void CheckReal(const char* field, double value, const AtomPlace& place) {
+  if (std::fabs(value) <= kMostReal) return;
+  RAVELO_FAIL("The %s of atom %d does not fit the PSF file \"%s\": it may lie between -%d and %d.",
+              field, place.number, place.path, kMostReal, kMostReal);
 }
 
-void CheckAtom(std::size_t number, const Atom& atom) {
-  CheckWidth("segment", atom.segment, kNameWidth, number);
-  CheckWidth("residue number", std::to_string(atom.residue_sn), kNameWidth, number);
-  CheckWidth("residue name", atom.residue_name, kNameWidth, number);
-  CheckWidth("name", atom.name, kNameWidth, number);
-  CheckWidth("type", atom.type, kTypeWidth, number);
-  CheckReal("charge", atom.charge, number);
-  CheckReal("mass", atom.mass, number);
+void CheckAtom(const Atom& atom, const AtomPlace& place) {
+  CheckWidth("segment", atom.segment, kNameWidth, place);
+  CheckWidth("residue number", std::to_string(atom.residue_sn), kNameWidth, place);
+  CheckWidth("residue name", atom.residue_name, kNameWidth, place);
+  CheckWidth("name", atom.name, kNameWidth, place);
+  CheckWidth("type", atom.type, kTypeWidth, place);
+  CheckReal("charge", atom.charge, place);
+  CheckReal("mass", atom.mass, place);
 }
 
 void WriteAtomLine(std::size_t number, const Atom& atom, TextFileWriter& out) {
@@ -346,8 +356,7 @@ void TakeSegments(const PDB& pdb, const std::string& pdb_path, const std::string
     if (Parser::ToUpperCase(atom.name) != Parser::ToUpperCase(partner.Name)) {
       RAVELO_FAIL(
           "Atom %d is \"%s\" in the PDB file \"%s\" but \"%s\" in the PSF file \"%s\": the files "
-          "do "
-          "not belong together.",
+          "do not belong together.",
           i + 1, partner.Name, pdb_path, atom.name, psf_path);
     }
     atom.segment = partner.ChainID.empty() ? "X" : partner.ChainID;
@@ -371,7 +380,9 @@ std::size_t CountAtomsWithoutMass(const EngineTopology& topology) {
 
 void WriteEnginePSF(const EngineTopology& topology, const std::string& path) {
   // First of all, so that a failure leaves no half of a file.
-  for (std::size_t i = 0; i < topology.atoms.size(); ++i) CheckAtom(i + 1, topology.atoms[i]);
+  for (std::size_t i = 0; i < topology.atoms.size(); ++i) {
+    CheckAtom(topology.atoms[i], {i + 1, path});
+  }
   TextFileWriter out;
   if (!out.Open(path)) RAVELO_FAIL("Cannot open the PSF file \"%s\" for writing.", path);
   out.Text("PSF EXT CMAP XPLOR\n\n");

@@ -52,10 +52,10 @@ TermList JoinCrossTerms(const TermList& halves, std::size_t& lone_halves);
 /// direction, since an engine would count their energy twice. (A mutation repeats bonds, impropers
 /// and cross-terms of the backbone, and thereby angles and dihedrals.) The first of equal terms
 /// stays. If a bond is left out, angles and dihedrals are made anew from the bonds that remain, in
-/// the order of `MolecularMechanicsTopology::BuildAnglesAndDihedrals`. Angles around a hydrogen that
-/// is bonded to another one are left out: such a bond keeps a water rigid, and the force field knows
-/// no angle there. Ends the run if a term names an atom that is not there; `source` is the file that
-/// the message names.
+/// the order of `MolecularMechanicsTopology::BuildAnglesAndDihedrals`. Angles around a hydrogen
+/// that is bonded to another one are left out: such a bond keeps a water rigid, and the force field
+/// knows no angle there. Ends the run if a term names an atom that is not there; `source` is the
+/// file that the message names.
 EngineTopology MakeEngineTopology(const MolecularMechanicsTopology& topology,
                                   const std::string& source);
 

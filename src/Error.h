@@ -34,7 +34,7 @@ struct MessagePlace {
 };
 
 /// Prints "Error occurs: ", the text and its place " (in FILE at line N, SIGNATURE)" on standard
-/// output, without a line break behind it, and ends the process with `exit(0)`. In the text, "%s"
+/// output, without a line break after it, and ends the process with `exit(0)`. In the text, "%s"
 /// and "%d" stand for the next of the values (a text, a whole number) and "%.5f" for a real number
 /// with five decimals.
 [[noreturn]] void FailAt(const MessagePlace& place, std::string_view text,
@@ -44,6 +44,7 @@ struct MessagePlace {
 /// error and end the process with `exit(1)`.
 void ReportFailuresByExitStatus();
 
+/// As `FailAt`, with the values as arguments.
 template <typename... Values>
 [[noreturn]] void FailWith(const MessagePlace& place, std::string_view text,
                            const Values&... values) {

@@ -1,9 +1,12 @@
+// The contacts of atoms with images: atoms are folded into the cell and looked up by slices of it.
 #include "ImageContacts.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <unordered_map>
+
+#include "CellHash.h"
 
 namespace orvane {
 
@@ -35,14 +38,7 @@ using Axes = std::array<Axis, 3>;
 using Bin = std::array<std::int64_t, 3>;
 
 struct BinHash {
-  std::size_t operator()(const Bin& bin) const {
-    std::uint64_t hash = 0;
-    for (const std::int64_t slice : bin) {
-      hash = (hash ^ static_cast<std::uint64_t>(slice)) * 0x9E3779B97F4A7C15u;
-      hash ^= hash >> 29;
-    }
-    return hash;
-  }
+  std::size_t operator()(const Bin& bin) const { return HashOfCell(bin); }
 };
 
 double LargestComponent(const Vec3D& v) {

@@ -47,6 +47,7 @@ class ImageContacts {
                                            const std::vector<BondRadii>& radii,
                                            const LatticeVectors& lattice);
 
+  /// The contacts of an atom, in no particular order.
   std::span<const ImageContact> Of(int atom) const {
     return {contacts_.data() + first_[atom], first_[atom + 1] - first_[atom]};
   }

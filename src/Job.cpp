@@ -10,14 +10,9 @@
 namespace orvane {
 
 const std::map<std::string, Job::Driver> Job::AvailableModes = {
-    {"check", Job::DoCheck},
-    {"remove", Job::DoRemove},
-    {"ligand", Job::DoLigand},
-    {"topol", Job::DoTopol},
-    {"modify", Job::DoModify},
-    {"psf", Job::DoPSF},
-    {"solvate", Job::DoSolvate},
-    {"pdb", Job::DoPDB},
+    {"check", Job::DoCheck},     {"remove", Job::DoRemove}, {"ligand", Job::DoLigand},
+    {"topol", Job::DoTopol},     {"modify", Job::DoModify}, {"psf", Job::DoPSF},
+    {"solvate", Job::DoSolvate}, {"pdb", Job::DoPDB},
 };
 
 void Job::Do(const std::string& mode, const CmdArgs& args) {
@@ -38,13 +33,23 @@ void Job::ReadTopology(const CmdArgs& args, PDB& molecule) {
   molecule.LoadPSFFile(args.topFilename);
 }
 
+void Job::WritePDB(const std::string& path, PDB& molecule) {
+  std::printf("Write PDB: %s\n", path.c_str());
+  molecule.WritePDB(path);
+}
+
+void Job::WritePSF(const std::string& path, const MolecularMechanicsTopology& topology) {
+  std::printf("Write PSF: %s\n", path.c_str());
+  topology.WritePSF(path);
+}
+
 void Job::WriteMolecule(const CmdArgs& args, PDB& molecule) {
-  const std::string pdb_filename = args.outPrefix + ".pdb";
-  const std::string psf_filename = args.outPrefix + ".psf";
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
-  std::printf("Write PSF: %s\n", psf_filename.c_str());
-  molecule.WritePSF(psf_filename);
+  WritePDB(args.outPrefix + ".pdb", molecule);
+  WritePSF(args.outPrefix + ".psf", molecule.GetTopology());
+}
+
+void Job::ReportTotalCharge(const MolecularMechanicsTopology& topology) {
+  std::printf("Total charge: %.5f\n", topology.GetTotalCharge());
 }
 
 void Job::LoadLibrary(const CmdArgs& args, TopologyLibrary& library) {

@@ -9,6 +9,7 @@
 
 namespace orvane {
 
+class MolecularMechanicsTopology;
 class PDB;
 class TopologyLibrary;
 
@@ -55,7 +56,7 @@ class Job {
   static void DoPDB(const CmdArgs& args);
 
  private:
-  // Steps that several drivers share; each says what it does.
+  // Steps that several drivers share; each announces itself on standard output.
 
   /// Reads the input file. Ends the run if none was given.
   static void ReadMolecule(const CmdArgs& args, PDB& molecule);
@@ -63,8 +64,17 @@ class Job {
   /// Reads the PSF file of a molecule. Ends the run if none was given.
   static void ReadTopology(const CmdArgs& args, PDB& molecule);
 
+  /// Writes a PDB file.
+  static void WritePDB(const std::string& path, PDB& molecule);
+
+  /// Writes a PSF file.
+  static void WritePSF(const std::string& path, const MolecularMechanicsTopology& topology);
+
   /// Writes a molecule as PDB and PSF, named by the prefix.
   static void WriteMolecule(const CmdArgs& args, PDB& molecule);
+
+  /// Prints the total charge of a topology.
+  static void ReportTotalCharge(const MolecularMechanicsTopology& topology);
 
   /// Reads the standard topology files and then those that the user names.
   static void LoadLibrary(const CmdArgs& args, TopologyLibrary& library);

@@ -30,16 +30,6 @@ void SplitModels(const std::vector<std::string>& models, const CmdArgs& args) {
   }
 }
 
-void ReportAndWrite(PDB& pdb, const CmdArgs& args) {
-  pdb.Load(args.inFilename);
-  std::puts("Current molecule:");
-  pdb.Report();
-
-  const std::string path = args.outPrefix + ".pdb";
-  std::printf("Write PDB: %s\n", path.c_str());
-  pdb.WritePDB(path);
-}
-
 }  // namespace
 
 void Job::DoCheck(const CmdArgs& args) {
@@ -53,7 +43,10 @@ void Job::DoCheck(const CmdArgs& args) {
   if (models.size() >= 2) {
     SplitModels(models, args);
   } else {
-    ReportAndWrite(pdb, args);
+    pdb.Load(args.inFilename);
+    std::puts("Current molecule:");
+    pdb.Report();
+    WritePDB(args.outPrefix + ".pdb", pdb);
   }
 }
 

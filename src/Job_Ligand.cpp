@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "BondRule.h"
+#include "Elements.h"
 #include "Job.h"
 #include "MolecularMechanicsTopology.h"
 #include "PDB.h"
@@ -98,21 +98,20 @@ void WriteParameters(const CmdArgs& args, const PDB& molecule) {
   molecule.WriteNaiveParams(prm_filename);
 }
 
-// The molecule becomes the super cell; its topology goes on describing one cell, and is merged with
-// itself: no bond crosses from one cell to the next.
-void WriteSuperCells(const CmdArgs& args, const Lattice& lattice, PDB& molecule) {
+// The molecule becomes the super cell; its topology goes on describing one cell. Returns the number
+// of cells.
+int BuildSuperCells(const CmdArgs& args, const Lattice& lattice, PDB& molecule) {
   const std::vector<int>& cells = args.superCells;
   const int copies = CountSuperCells(molecule.numAtoms, cells[0], cells[1], cells[2]);
   molecule.BuildSuperCells(lattice.t1, lattice.t2, lattice.t3, cells[0], cells[1], cells[2]);
-  const std::string pdb_filename = args.outPrefix + "-sc.pdb";
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
+  return copies;
+}
 
+// No bond crosses from one cell to the next.
+MolecularMechanicsTopology TopologyOfCells(const PDB& molecule, int copies) {
   MolecularMechanicsTopology merged;
   merged.Merge(molecule.GetTopology(), copies);
-  const std::string psf_filename = args.outPrefix + "-sc.psf";
-  std::printf("Write PSF: %s\n", psf_filename.c_str());
-  merged.WritePSF(psf_filename);
+  return merged;
 }
 
 }  // namespace
@@ -141,13 +140,17 @@ void Job::DoLigand(const CmdArgs& args) {
 
   WriteMolecule(args, molecule);
   WriteParameters(args, molecule);
-  std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
+  ReportTotalCharge(molecule.GetTopology());
   std::puts(
       "Warning: Please pay attention to the charges in PSF file. You may probably need to "
       "recalculate them.");
   std::printf("More information: %s/doc/tutorial-2.html\n", kWebsite);
 
-  if (is_periodic) WriteSuperCells(args, lattice, molecule);
+  if (is_periodic) {
+    const int copies = BuildSuperCells(args, lattice, molecule);
+    WritePDB(args.outPrefix + "-sc.pdb", molecule);
+    WritePSF(args.outPrefix + "-sc.psf", TopologyOfCells(molecule, copies));
+  }
 }
 
 }  // namespace orvane

@@ -49,7 +49,7 @@ int FindSite(const PDB& molecule, const std::string& site, std::string& name) {
   return residue;
 }
 
-// The patch for a residue of this name. That of a map with an empty name fits any residue.
+// The patch for a residue of this name. One that is listed under an empty name fits any residue.
 const std::string& ChoosePatch(const Patches& patches, const std::string& residue_name,
                                const std::string& label) {
   const auto found = patches.find(residue_name);
@@ -172,7 +172,7 @@ void Job::DoModify(const CmdArgs& args) {
   PatchAndMutate(args, library, molecule);
 
   WriteMolecule(args, molecule);
-  std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
+  ReportTotalCharge(molecule.GetTopology());
 }
 
 }  // namespace orvane

@@ -25,10 +25,8 @@ void Job::DoPDB(const CmdArgs& args) {
     molecule.WrapPBC(args.box[0], args.box[1], args.box[2]);
   }
 
-  const std::string pdb_filename = args.outPrefix + ".pdb";
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
-  std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
+  WritePDB(args.outPrefix + ".pdb", molecule);
+  ReportTotalCharge(molecule.GetTopology());
 }
 
 }  // namespace orvane

@@ -22,7 +22,7 @@ void Job::DoPSF(const CmdArgs& args) {
   const std::string psf_filename = args.outPrefix + ".psf";
   std::printf("Write PSF file: %s\n", psf_filename.c_str());
   merged.WritePSF(psf_filename);
-  std::printf("Total charge: %.5f\n", merged.GetTotalCharge());
+  ReportTotalCharge(merged);
 }
 
 }  // namespace orvane

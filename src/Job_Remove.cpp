@@ -79,9 +79,7 @@ void Job::DoRemove(const CmdArgs& args) {
   if (!args.removeChains.empty()) RemoveChains(args.removeChains, molecule);
   if (args.removeHs) RemoveHydrogens(molecule);
 
-  const std::string pdb_filename = args.outPrefix + ".pdb";
-  std::printf("Write PDB: %s\n", pdb_filename.c_str());
-  molecule.WritePDB(pdb_filename);
+  WritePDB(args.outPrefix + ".pdb", molecule);
 }
 
 }  // namespace orvane

@@ -59,7 +59,7 @@ void Job::DoSolvate(const CmdArgs& args) {
   }
 
   WriteMolecule(args, molecule);
-  std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
+  ReportTotalCharge(molecule.GetTopology());
 }
 
 }  // namespace orvane

@@ -62,7 +62,7 @@ void Job::DoTopol(const CmdArgs& args) {
   if (!args.noPatchingTerminus) PatchTermini(library, molecule);
 
   WriteMolecule(args, molecule);
-  std::printf("Total charge: %.5f\n", molecule.GetTopology().GetTotalCharge());
+  ReportTotalCharge(molecule.GetTopology());
 }
 
 }  // namespace orvane

@@ -38,9 +38,8 @@ class Adjacency {
   std::vector<int> neighbours_;
 };
 
-// Angles in the order of the bonds: those that a bond's second end continues behind the first, then
-// those behind the second. Each angle comes once, from the bond of its lower end atom, which is its
-// first.
+// Angles in the order of the bonds: for a bond i-j those with i in the middle, then those with j.
+// The comparisons keep each angle once, from the bond of its lower end atom, which is its first.
 template <typename Visit>
 void ForEachAngle(const TermList& bonds, const Adjacency& adjacency, Visit visit) {
   const std::vector<int>& ends = bonds.flat();
@@ -80,9 +79,9 @@ constexpr std::size_t kMostTerms = static_cast<std::size_t>(std::numeric_limits<
 // No molecule comes near: it takes an atom with 200,000 bonds, which only a damaged file has.
 constexpr std::size_t kMostSteps = std::size_t{1} << 36;
 
-// So many guessed dihedrals take a gigabyte, and several as lines of a parameter file. A molecule
-// reaches this with some twenty million atoms, which take far more; but so do 109 atoms on one spot,
-// each of them bonded to all the others.
+// This many guessed dihedrals take a gigabyte, and several as lines of a parameter file. A molecule
+// reaches this with some twenty million atoms, which take far more; but so do 109 atoms on one
+// spot, each of them bonded to all the others.
 constexpr std::size_t kMostGuessedTerms = std::size_t{1} << 26;
 
 [[noreturn]] void EndForTooMany(const char* what) {
@@ -107,29 +106,29 @@ void EndIfDihedralsTakeTooLong(const TermList& angles, const Adjacency& adjacenc
   if (steps > kMostSteps) EndForTooMany("dihedrals");
 }
 
-// Room for the atoms of a merge and, behind many of them, for a few more; behind a few, for as many
-// again, so that one merge for each of many files costs no more than the files do.
+// How many atoms to reserve for a merge that brings `before` atoms to `total`: a sixteenth to spare
+// where it at least doubles them, else twice as many as before, so that many merges in a row cost
+// no more than the atoms that they bring.
 std::size_t RoomBehindMerge(std::size_t total, std::size_t before) {
   return std::max(total + total / 16, 2 * before);
 }
 
-// A bond to an atom that does not exist can come from a PSF file, whose reader does not compare.
-void EndIfBondLeavesAtoms(const TermList& bonds, std::size_t atoms) {
+}  // namespace
+
+void EndIfBondLeavesAtoms(const TermList& bonds, std::size_t num_atoms) {
   const std::vector<int>& ends = bonds.flat();
   for (std::size_t i = 0; i < ends.size(); ++i) {
-    if (ends[i] < 0 || static_cast<std::size_t>(ends[i]) >= atoms) {
+    if (ends[i] < 0 || static_cast<std::size_t>(ends[i]) >= num_atoms) {
       const std::size_t bond = i / 2 * 2;
       RAVELO_FAIL("The bond %d-%d is wrong: there are atoms from 1 to %d only.",
-                  ShiftedIndex(ends[bond], 1), ShiftedIndex(ends[bond + 1], 1), atoms);
+                  ShiftedIndex(ends[bond], 1), ShiftedIndex(ends[bond + 1], 1), num_atoms);
     }
   }
 }
 
-}  // namespace
-
 // Counts pairs of bonds on one atom, and ways over three bonds. That is more than there are angles
-// and dihedrals only by rings of three and by bonds that are told twice, and it bounds the work of
-// finding them as well. Angles go first, and then no product of two numbers of bonds is large.
+// and dihedrals only by rings of three and by bonds that are listed twice, and it bounds the work
+// of finding them as well. Angles go first, and then no product of two numbers of bonds is large.
 void EndIfTooManyTerms(std::size_t num_atoms, const TermList& bonds) {
   const std::vector<int>& ends = bonds.flat();
   std::vector<std::size_t> num_bonds(num_atoms, 0);
@@ -205,8 +204,8 @@ void MolecularMechanicsTopology::Merge(const MolecularMechanicsTopology& other, 
     Merge(copy, copies);
     return;
   }
-  // Behind a load the present bonds are unchecked, and what is appended could bring a wrong index
-  // into range. Behind a merge they need no second look.
+  // After a load the present bonds are unchecked, and what is appended could bring a wrong index
+  // into range. After a merge they need no second look.
   if (!derived_lists_stale) EndIfBondLeavesAtoms(bonds, atoms.size());
   derived_lists_stale = true;
   if (copies < 1) return;

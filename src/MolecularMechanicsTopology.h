@@ -11,15 +11,19 @@
 
 namespace orvane {
 
-/// Ends the run if a molecule with these guessed bonds could have more than 2^26 angles or dihedrals:
-/// only a damaged file has so many, or atoms that lie on one spot. Linear in atoms and bonds; makes
-/// no lists. The bonds must name atoms that are there.
+/// Ends the run if a molecule with these guessed bonds could have more than 2^26 angles or
+/// dihedrals: only a damaged file has so many, or atoms that lie on one spot. Linear in atoms and
+/// bonds; makes no lists. The bonds must name atoms that are there.
 void EndIfTooManyTerms(std::size_t num_atoms, const TermList& bonds);
+
+/// Ends the run if a bond names an atom that is not there, as a bond from a PSF file can.
+void EndIfBondLeavesAtoms(const TermList& bonds, std::size_t num_atoms);
 
 /// Atoms, bonds, angles, dihedrals, impropers and cross-terms of a molecule. All indices are
 /// 0-based positions in `atoms`; they count from 1 in the PSF file only. Bonds, impropers and
 /// cross-terms are given; angles and dihedrals always follow from the bonds (or, after
-/// `LoadFromPSF`, stand as the file has them until the next `Build` or `Merge`).
+/// `LoadFromPSF`, stand as the file has them until the next `Build`, `Merge` or
+/// `BuildAnglesAndDihedrals`).
 class MolecularMechanicsTopology {
  public:
   struct Atom {
@@ -47,8 +51,9 @@ class MolecularMechanicsTopology {
   void BuildAnglesAndDihedrals();
 
   /// Appends `copies` copies of `other`; with several, their residue numbers count the copies from
-  /// 1 (and begin again behind 9999). Angles and dihedrals of the whole are made anew, also where
-  /// `copies` is 0. Ends the run if a bond of either names an atom that is not there.
+  /// 1 (and begin again after 9999). Angles and dihedrals of the whole are made anew, also where
+  /// `copies` is 0. Ends the run if a bond of either names an atom that is not there, or if there
+  /// would be more atoms than an index can count.
   void Merge(const MolecularMechanicsTopology& other, int copies);
 
   /// Sets charge and Lennard-Jones values of each atom from its type. Atoms of unknown types keep
@@ -72,7 +77,8 @@ class MolecularMechanicsTopology {
 
   /// Replaces everything by what a PSF file holds. The sections are read by position, not by label:
   /// titles, atoms, bonds, angles, dihedrals, impropers, cross-terms; what follows is not read.
-  /// Ends the run with a message where the file is malformed. Indices are not compared with the
+  /// Ends the run with a message where the file is malformed; a negative number of terms throws
+  /// `std::length_error`, which nothing in the program catches. Indices are not compared with the
   /// number of atoms.
   void LoadFromPSF(const std::string& filename);
 

@@ -35,7 +35,7 @@ constexpr double kGuessedDihedralConstant = 1.0;
 constexpr int kGuessedMultiplicity = 2;
 
 double Degrees(double radians) {
-  return radians * 180.0 / 3.1415926535;
+  return radians * 180.0 / kFilePi;
 }
 
 // The lines of a section, one behind the other in one text, since a large molecule can have

@@ -92,6 +92,7 @@ class PSFReader {
   // Reads an index section into terms with indices from 0. The lines decide, not the count.
   void ReadSection(const char* what, TermList& terms) {
     const int count = ReadCount();
+    // The one malformed file that ends without a message: the exit status is part of the interface.
     if (count < 0) throw std::length_error("negative number of terms in a PSF file");
     terms.clear();
     std::vector<int> indices;
@@ -109,7 +110,7 @@ class PSFReader {
       RAVELO_FAIL("There should be %dn number of %s indices in \"%s\" but not %d.", degree, what,
                   filename_, indices.size());
     }
-    // Wraps around for the smallest number, which is as wrong behind the subtraction as before.
+    // Wraps around for the smallest number, which is as wrong after the subtraction as before.
     for (int& index : indices) index = ShiftedIndex(index, -1);
     terms.assign_flat(std::move(indices));
   }

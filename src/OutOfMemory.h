@@ -4,7 +4,8 @@
 
 namespace orvane {
 
-/// From now on, a failed `new` ends the run with the message "Out of memory." and a status of 0.
+/// From now on, a failed `new` ends the run with the message "Out of memory.", like any other
+/// failure (see `FailAt`).
 void EndRunWhenOutOfMemory();
 
 }  // namespace orvane

@@ -41,8 +41,8 @@ class PDB {
     std::string Column79;  ///< Columns 79 and 80 of the line; carried along.
   };
 
-  std::string filename;  ///< Source file; empty until `Load` has read it.
-  std::string description;
+  std::string filename;     ///< Source file; empty until `Load` has read it.
+  std::string description;  ///< Of the source: an XYZ file's comment line, a fixed text for PDB.
   std::vector<Atom> atoms;  ///< In file order.
   int numAtoms = 0;
   std::vector<std::string> atomNames;  ///< The `Name` of each atom, for look-ups.
@@ -63,7 +63,11 @@ class PDB {
 
   const std::string& GetFilename() const { return filename; }
   const MolecularMechanicsTopology& GetTopology() const { return topology; }
+
+  /// The name of a residue; the index must be in range.
   const std::string& GetResidueName(int residue) const;
+
+  /// Fills `coords` with the coordinates of all atoms, in Angstrom.
   void GetCoords(std::vector<Vec3D>& coords) const;
 
   /// A residue as messages name it, like "ALA12 at chain A"; empty for an index out of range.
@@ -110,8 +114,8 @@ class PDB {
   /// Writes the PSF file of `topology`. Ends the run if that fails.
   void WritePSF(const std::string& path) const;
 
-  /// Writes the parameters of `topology` to a file, with guesses from the coordinates for terms that
-  /// the force field lacks. Ends the run if that fails.
+  /// Writes the parameters of `topology` to a file, with guesses from the coordinates for terms
+  /// that the force field lacks. Ends the run if that fails.
   void WriteNaiveParams(const std::string& path) const;
 
   /// Prints the numbers of atoms and of residues of each kind.
@@ -148,14 +152,21 @@ class PDB {
   // Topology.
 
   /// Reads a PSF file into `topology` and the `tmp` lists. Whether it fits the atoms is not
-  /// checked.
+  /// checked. Errors as `MolecularMechanicsTopology::LoadFromPSF`.
   void LoadPSFFile(const std::string& path);
 
   /// Builds the topology of a complete molecule from its templates, which are matched by names of
   /// residues and atoms. Ends the run where a residue, an atom or an atom of a term is unknown.
   void BuildTopology(const TopologyLibrary& library);
+
+  /// The atoms of that topology, in the order of `atoms`. A type without a mass gets -1.0. Ends the
+  /// run for an unknown residue or atom.
   void BuildTopologyAtoms(const TopologyLibrary& library,
                           std::vector<MolecularMechanicsTopology::Atom>& topology_atoms) const;
+
+  /// The given terms of that topology, residue after residue; the lists are emptied before. A
+  /// residue without a template is passed over with a warning; a missing atom of a term ends the
+  /// run.
   void BuildTopologyTerms(const TopologyLibrary& library, TermList& bonds, TermList& impropers,
                           TermList& cmaps) const;
 
@@ -169,20 +180,23 @@ class PDB {
   /// Builds the topology of any molecule from elements and coordinates alone: bonds by distances,
   /// over the whole molecule, types by `AtomTyper`, and charges by type (-1.0 for one that is not
   /// known); no impropers and no cross-terms. Prints nothing. Replaces `topology` and the `tmp`
-  /// lists. The cost is linear in the numbers of atoms and bonds. An element that the periodic table
-  /// does not know gives an atom of type "X" and mass 0.
+  /// lists. The cost is linear in the numbers of atoms, bonds, angles and dihedrals. An element
+  /// that the periodic table does not know gives an atom of type "X" and mass 0. Ends the run where
+  /// `EndIfTooManyTerms` does.
   void GuessTopology();
 
   /// Makes a list of the cycles in the graph of `tmpBonds`, each from its smallest index on: all
-  /// chordless ones, and some larger ones around fused rings. The time grows steeply with the number
-  /// of fused rings. A bond that is told twice, or of an atom with itself, makes no cycle. Ends the
-  /// run if a bond names an atom that is not there.
+  /// chordless ones, and some larger ones around fused rings. The time grows steeply with the
+  /// number of fused rings. A bond that is listed twice, or of an atom with itself, makes no cycle.
+  /// Ends the run if a bond names an atom that is not there.
   void BuildCycles(std::vector<std::vector<int>>& cycles) const;
 
   /// Adds a bond between two atoms and rebuilds the topology. Ends the run for a bad index.
   void AddBond(int atom1, int atom2);
 
-  /// Takes over the names, numbers and segments of the topology into the atoms.
+  /// Takes names, numbers and segments of the topology over into the atoms, as far as both go:
+  /// residue names cut to three letters, amino and nucleic acids as ATOM records. Makes the `tmp`
+  /// lists and the residue tables anew.
   void ApplyTopology();
 
   // Patching and completion.
@@ -205,12 +219,13 @@ class PDB {
   /// Makes room in the terms of the `tmp` lists for a new atom at a position.
   void ModifyTmpTopolUponAddingAtom(int atom);
 
-  /// Gives a residue another name, in its atoms and in the topology, which must have been built.
+  /// Gives a residue another name, in its atoms and in the topology, which is rebuilt and must have
+  /// been built.
   void RenameResidue(int residue, const std::string& name);
 
   /// Finds the first and last residues of the runs of amino acids, by kind alone. A run that only
   /// the molecule's last residue forms has no end in `c_termini`; a residue of another kind at the
-  /// very end of the molecule, right behind a run, is in `c_termini` as well as the run's last one.
+  /// very end of the molecule, right after a run, is in `c_termini` as well as the run's last one.
   void GetTerminus(std::vector<int>& n_termini, std::vector<int>& c_termini) const;
 
   /// Places an atom of a residue from the first term of a record that ends in it (or else,
@@ -239,8 +254,8 @@ class PDB {
   void BuildSuperCells(const Vec3D& t1, const Vec3D& t2, const Vec3D& t3, int nx, int ny, int nz);
 
   /// Puts together molecules that the faces of a cell with these lattice vectors (in Angstrom) have
-  /// cut: moves atoms by lattice vectors to places that are bonded to other atoms, until none can be
-  /// moved so. Ends the run where that has no end, as in a polymer or a network solid.
+  /// cut: moves atoms by lattice vectors to places that are bonded to other atoms, until none can
+  /// be moved so. Ends the run where that has no end, as in a polymer or a network solid.
   void AdjustCoordsToGetFewestFragmentsInCell(const Vec3D& t1, const Vec3D& t2, const Vec3D& t3);
 
   /// Moves each fragment (atoms that are bonded, directly or through others) by at most one lattice
@@ -255,7 +270,7 @@ class PDB {
   void MergePDB(const PDB& other, bool with_topology);
 
   /// Completes a merge of copies whose atoms are the last ones: numbers their residues and merges
-  /// their topology. So many copies must have been appended.
+  /// their topology. This many copies must have been appended.
   void MergePSF(const PDB& other, int copies);
 
  private:

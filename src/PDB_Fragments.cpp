@@ -8,6 +8,7 @@
 
 #include "BondRule.h"
 #include "BondSearch.h"
+#include "Elements.h"
 #include "Error.h"
 #include "PDB.h"
 #include "PeriodicStitching.h"

@@ -203,7 +203,7 @@ void PDB::Load(const std::string& path) {
   } else {
     RAVELO_FAIL("Unknown molecule file type: \"%s\".", extension);
   }
-  // Only now, so that the readers' messages which print it see the name of before.
+  // Set only now: the readers' messages print the name of the file that was read before.
   filename = path;
   Regularize();
   Analyze();

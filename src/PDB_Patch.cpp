@@ -67,12 +67,10 @@ void PDB::ModifyTmpTopolUponAddingAtom(int atom) {
 }
 
 void PDB::RenameResidue(int residue, const std::string& name) {
-  residueNames[residue] = name;
-  for (int i = residueFirstAtoms[residue]; i <= residueLastAtoms[residue]; ++i) {
-    atoms[i].ResName = name;
-    if (i < static_cast<int>(tmpAtoms.size())) tmpAtoms[i].residue_name = name;
-  }
-  topology.Build(tmpAtoms, tmpBonds, tmpImpropers, tmpCmaps);
+  const std::map<std::string, double> no_masses;  // No atom is new.
+  ResidueEditor editor(*this, no_masses, /*with_topology=*/true);
+  editor.RenameResidue(residue, name);
+  editor.Commit();
 }
 
 void PDB::GetTerminus(std::vector<int>& n_termini, std::vector<int>& c_termini) const {
@@ -92,7 +90,7 @@ void PDB::GetTerminus(std::vector<int>& n_termini, std::vector<int>& c_termini) 
       c_termini.push_back(i - 1);
       in_run = false;
     }
-    // Also behind a run that has just ended: the molecule's last residue counts as an end.
+    // Also after a run that has just ended: the molecule's last residue counts as an end.
     if (i == numResidues - 1) {
       c_termini.push_back(i);
       in_run = false;

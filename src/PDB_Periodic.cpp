@@ -50,7 +50,7 @@ void PDB::BuildSuperCells(const Vec3D& t1, const Vec3D& t2, const Vec3D& t3, int
   const std::size_t size = atoms.size();
   const int cells = CountSuperCells(static_cast<int>(size), nx, ny, nz);
   atoms.reserve(size * static_cast<std::size_t>(cells));
-  // A number like any other in a file: behind the largest comes the smallest.
+  // Unsigned, since a file's number can be the largest int: the count goes on at the smallest then.
   auto number = size == 0 ? 0u : static_cast<unsigned>(atoms.front().ResSeq);
   const auto append_cell = [&](int ix, int iy, int iz) {
     ++number;

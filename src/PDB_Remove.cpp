@@ -11,7 +11,7 @@ namespace orvane {
 
 namespace {
 
-// Drops the marked elements of a list, of which there may be more or less than marks.
+// Drops the marked elements of a list, of which there may be more or fewer than marks.
 template <typename Element>
 void EraseMarked(const std::vector<bool>& marks, std::vector<Element>& list) {
   std::size_t kept = 0;
@@ -29,7 +29,8 @@ void EraseMarkedAtoms(const std::vector<bool>& marks, PDB& molecule) {
 }
 
 // Whether the runs of atoms lie in the order of their residues and apart from each other, as they
-// always do unless somebody has set up the tables by hand. Residues without atoms do not count.
+// always do in the program: a user of the class can set up the tables otherwise. Residues without
+// atoms do not count.
 bool RunsAreInOrder(const PDB& molecule) {
   const std::vector<int>& firsts = molecule.residueFirstAtoms;
   const std::vector<int>& lasts = molecule.residueLastAtoms;

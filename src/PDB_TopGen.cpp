@@ -7,7 +7,7 @@
 #include "AtomTyper.h"
 #include "BondRule.h"
 #include "BondSearch.h"
-#include "Error.h"
+#include "Elements.h"
 #include "PDB.h"
 #include "RingClasses.h"
 #include "udgcd.h"
@@ -25,15 +25,12 @@ constexpr double kUnknownCharge = -1.0;
 }  // namespace
 
 void PDB::BuildCycles(std::vector<std::vector<int>>& cycles) const {
+  EndIfBondLeavesAtoms(tmpBonds, static_cast<std::size_t>(numAtoms));
   BondGraph graph(static_cast<std::size_t>(numAtoms));
   std::set<std::pair<int, int>> known;
   for (std::size_t i = 0; i < tmpBonds.size(); ++i) {
     const int first = tmpBonds[i][0];
     const int second = tmpBonds[i][1];
-    if (std::min(first, second) < 0 || std::max(first, second) >= numAtoms) {
-      RAVELO_FAIL("The bond %d-%d is wrong: there are atoms from 1 to %d only.",
-                  static_cast<long long>(first) + 1, static_cast<long long>(second) + 1, numAtoms);
-    }
     if (first == second || !known.insert(std::minmax(first, second)).second) continue;
     boost::add_edge(static_cast<Vertex>(first), static_cast<Vertex>(second), graph);
   }

@@ -3,6 +3,7 @@
 
 #include "Error.h"
 #include "PDB.h"
+#include "ResidueEditor.h"
 #include "TemplateTerms.h"
 
 namespace orvane {
@@ -101,14 +102,10 @@ void PDB::CopyTopologyToTmp() {
 
 void PDB::AddBond(int atom1, int atom2) {
   CopyTopologyToTmp();
-  const int size = static_cast<int>(tmpAtoms.size());
-  if (atom1 < 0 || atom1 >= size || atom2 < 0 || atom2 >= size) {
-    // In 64 bits, since the numbers are as the user typed them, up to the largest of all.
-    RAVELO_FAIL("Invalid atom index: %d %d.", static_cast<long long>(atom1) + 1,
-                static_cast<long long>(atom2) + 1);
-  }
-  tmpBonds.push_back({atom1, atom2});
-  topology.Build(tmpAtoms, tmpBonds, tmpImpropers, tmpCmaps);
+  const std::map<std::string, double> no_masses;  // No atom is new.
+  ResidueEditor editor(*this, no_masses, /*with_topology=*/true);
+  editor.AddBond(atom1, atom2);
+  editor.Commit();
 }
 
 void PDB::ApplyTopology() {

@@ -21,7 +21,7 @@ namespace {
 
 namespace spirit = boost::spirit::classic;
 
-// So many digits of a fraction certainly fit into a double when they are read as an integer.
+// This many digits of a fraction certainly fit into a double when they are read as an integer.
 constexpr std::size_t kLongestFraction = 308;
 
 bool IsBlank(char c) {

@@ -1,3 +1,4 @@
+// Lattice vectors from cell parameters, and the size of a block of cells.
 #include "PeriodicCell.h"
 
 #include <cmath>
@@ -22,7 +23,7 @@ int CountSuperCells(int atoms_per_cell, int nx, int ny, int nz) {
   if (atoms_per_cell == 0) return 1;
   long long atoms = atoms_per_cell;
   for (const int extra_cells : {nx, ny, nz}) {
-    // Two factors of 32 bits each, so that their product fits.
+    // At most 2^31 - 1 times 2^32 - 1, which fits.
     atoms *= 2LL * extra_cells + 1;
     if (atoms > kMostAtoms) {
       RAVELO_FAIL("The super cells %d %d %d are too many: there would be more than %d atoms.", nx,

@@ -1,3 +1,6 @@
+// Joins what the faces of a cell have cut: sweeps over the atoms, and the proof that some never
+// end.
+//
 // Where the bonds of a cell run on through its images, as in a polymer or a network solid, atoms
 // can hop from image to image for ever. A sweep is a fixed function of the places of all atoms, so
 // this is certain once they all are where they have been before. Mostly they are not: a chain that
@@ -33,6 +36,8 @@
 #include <functional>
 #include <queue>
 #include <unordered_map>
+
+#include "CellHash.h"
 
 namespace orvane {
 
@@ -372,14 +377,7 @@ class MovingGrid {
   }
 
   // Different cells may share a key, by chance: their atoms are then found together.
-  static std::uint64_t KeyOf(const Cell& cell) {
-    std::uint64_t key = 0;
-    for (const std::int64_t slice : cell) {
-      key = (key ^ static_cast<std::uint64_t>(slice)) * 0x9E3779B97F4A7C15u;
-      key ^= key >> 29;
-    }
-    return key;
-  }
+  static std::uint64_t KeyOf(const Cell& cell) { return HashOfCell(cell); }
 
   const std::vector<Vec3D>& coords_;
   double width_;

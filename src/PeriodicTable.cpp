@@ -4,6 +4,7 @@
 #include <cstdio>
 
 namespace orvane {
+
 namespace {
 
 // One element, in the order of the printed table. A value of 0 means that the set has none.

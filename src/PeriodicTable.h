@@ -34,18 +34,18 @@ class PeriodicTable {
     int atomic_number = 0;
     int core_electrons = 0;
     int valence_electrons = 0;
-    double radius_single = 0.0;
+    double radius_single = 0.0;  ///< Covalent, of single, double and triple bonds, in Angstrom.
     double radius_double = 0.0;
     double radius_triple = 0.0;
-    double radius_vdw = 0.0;
-    double weight = 0.0;
-    double spin = 0.0;
+    double radius_vdw = 0.0;  ///< Van der Waals radii of three sets, in Angstrom.
+    double weight = 0.0;      ///< Atomic weight.
+    double spin = 0.0;        ///< Multiplicity 2S+1 of the ground state.
     double radius_uff = 0.0;
     double radius_bondi = 0.0;
   };
 
-  /// Fills `info` with the data of an element and returns its atomic number; -1 for a number below 0
-  /// or above 117, and `info` stays as it was.
+  /// Fills `info` with the data of an element and returns its atomic number; -1 for a number below
+  /// 0 or above 117, and `info` stays as it was.
   static int WriteElementInformation(int z, ElementInformation& info);
   static int GetElementInformation(int z, ElementInformation& info);
 

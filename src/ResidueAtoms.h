@@ -12,7 +12,7 @@
 namespace orvane {
 
 /// A list of a residue's atoms. All operations take constant time, whatever its length, but for the
-/// first comparison of places behind a change, which takes one pass; in short lists names are
+/// first comparison of places after a change, which takes one pass; in short lists names are
 /// looked for one by one.
 ///
 /// Atoms are called by entries, which no change alters: an atom of the beginning by its position
@@ -20,7 +20,7 @@ namespace orvane {
 class ResidueAtoms {
  public:
   static constexpr int kNone = -1;
-  static constexpr int kFewAtoms = 64;  ///< Up to so many are looked through for a name.
+  static constexpr int kFewAtoms = 64;  ///< Up to this many are looked through for a name.
 
   /// The atoms have the numbers `first`, `first` + 1, ... and these names, which must stay where
   /// they are as long as this lives.

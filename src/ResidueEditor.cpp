@@ -155,7 +155,7 @@ void ResidueEditor::DeleteAtoms(int residue, const TopologyLibrary::Residue& pat
 }
 
 void ResidueEditor::UpdateAtom(int atom, const TopologyLibrary::Residue& patch, std::size_t entry) {
-  // The mass stays, although the type may be another: so it is meant.
+  // The mass stays, although the type may be another: this is intended.
   MolecularMechanicsTopology::Atom& topology_atom = TopologyAtomAt(atom);
   topology_atom.name = patch.atom_names[entry];
   topology_atom.type = patch.atom_types[entry];
@@ -173,11 +173,9 @@ void ResidueEditor::AddAtom(int residue, const TopologyLibrary::Residue& patch, 
   if (!placed || name.starts_with('H')) to_place.push_back(name);
   atom.Column77 = atom.Element = name.substr(0, 1);
 
-  // Behind the nearest atom of the record in front of it, or else at the head of the residue.
-  int in_front = ResidueAtoms::kNone;
-  for (std::size_t earlier = entry; earlier-- > 0 && in_front == ResidueAtoms::kNone;) {
-    in_front = atoms.Find(patch.atom_names[earlier]);
-  }
+  // Directly after the record's atom before it, which is in the residue by now; the record's first
+  // atom goes to the head of the residue.
+  const int in_front = entry == 0 ? ResidueAtoms::kNone : atoms.Find(patch.atom_names[entry - 1]);
   if (with_topology_) {
     MolecularMechanicsTopology::Atom& topology_atom = new_topology_atoms_.emplace_back();
     topology_atom.name = name;
@@ -268,8 +266,8 @@ void ResidueEditor::RenameResidue(int residue, const std::string& name) {
   CommitIfBondLeavesAtoms();
 }
 
-// A PSF file can name bonds of atoms that are not there, which ends the run as soon as the topology
-// is rebuilt. Where every step rebuilds it, that is behind the first step, before any other speaks.
+// A PSF file can name bonds of atoms that are not there. Rebuilding the topology after every step
+// would end the run after the first one, before any other prints.
 void ResidueEditor::CommitIfBondLeavesAtoms() {
   if (!with_topology_ || bonds_checked_) return;
   bonds_checked_ = true;
@@ -286,7 +284,7 @@ std::vector<int> ResidueEditor::CommitAtoms() {
   for (int residue = 0; residue < molecule_.numResidues; ++residue) {
     const int first = static_cast<int>(order.size());
     ForEachAtom(residue, [&](int atom) { order.push_back(atom); });
-    // The atoms of an unedited residue are read from these bounds, so they change behind that.
+    // The atoms of an unedited residue are read from these bounds, so they change after that.
     molecule_.residueFirstAtoms[residue] = first;
     molecule_.residueLastAtoms[residue] = static_cast<int>(order.size()) - 1;
   }

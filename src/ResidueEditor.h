@@ -16,9 +16,9 @@
 namespace orvane {
 
 /// An open edit of a molecule. Each patch costs what its residue costs; `Commit` then brings the
-/// molecule's tables, lists and topology up to date in one pass over it. The result is that of
-/// inserting and erasing atom by atom and of rebuilding the topology after every step, and what is
-/// printed is so, too.
+/// molecule's tables, lists and topology up to date in one pass over it. The result, and what is
+/// printed, are those of inserting and erasing atom by atom and rebuilding the topology after every
+/// step.
 ///
 /// Until `Commit`, the molecule must not be changed elsewhere and its tables show the state before
 /// the edit (but the names, numbers and chains of its residues hold all along).

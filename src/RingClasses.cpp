@@ -85,7 +85,8 @@ class Neighbours {
     }
   }
 
-  // Puts the neighbours with the fewest bonds first.
+  // Puts the neighbours with the fewest bonds first, so that a ring of 3 or 4 ends a search before
+  // it walks through a crowded atom.
   void SortByCrowding() {
     for (int i = 0; i < NumAtoms(); ++i) {
       const std::span<int> own = Of(i);
@@ -153,21 +154,10 @@ class RingSearch {
   std::vector<int> next_;  // The atoms at depth 2.
 };
 
-void EndIfBondLeavesAtoms(int num_atoms, const TermList& bonds) {
-  for (std::size_t i = 0; i < bonds.size(); ++i) {
-    for (const int atom : bonds[i]) {
-      if (atom >= 0 && atom < num_atoms) continue;
-      RAVELO_FAIL("The bond %d-%d is wrong: there are atoms from 1 to %d only.",
-                  static_cast<long long>(bonds[i][0]) + 1, static_cast<long long>(bonds[i][1]) + 1,
-                  num_atoms);
-    }
-  }
-}
-
 }  // namespace
 
 std::vector<int> FindRingClasses(int num_atoms, const TermList& bonds) {
-  EndIfBondLeavesAtoms(num_atoms, bonds);
+  EndIfBondLeavesAtoms(bonds, static_cast<std::size_t>(num_atoms));
   EndIfTooManyTerms(static_cast<std::size_t>(num_atoms), bonds);
   Neighbours neighbours(num_atoms, bonds);
   neighbours.RemoveChainEnds();

@@ -30,8 +30,7 @@ std::string RunStatus::GetCurrentPath() {
 }
 
 std::string RunStatus::GetVersion() {
-  const std::string platform = "Linux-";
-  return platform + "1.0";
+  return "Linux-" RAVELO_VERSION;
 }
 
 std::string RunStatus::GetProgramName() {

@@ -40,7 +40,7 @@ Vec3D CenterOf(const std::vector<Vec3D>& coords) {
   return ComputationalGeometry::CalcCenter(static_cast<int>(coords.size()), coords.data(), nullptr);
 }
 
-// So many atoms can be counted, and have room in the memory of this machine.
+// This many atoms can be counted, and have room in the memory of this machine.
 long long MostAtoms() {
   // A water has three bonds and three angles, which are 15 indices.
   constexpr std::size_t kBytesPerAtom = sizeof(PDB::Atom) +
@@ -148,7 +148,7 @@ class WaterGrid {
         nx_(CountAlong(a)),
         ny_(CountAlong(b)),
         nz_(CountAlong(c)) {
-    // Whatever the other two are.
+    // Without a step along one axis there are no places, however many steps the others have.
     if (nx_ == 0 || ny_ == 0 || nz_ == 0) nx_ = ny_ = nz_ = 0;
   }
 
@@ -441,7 +441,7 @@ int Solvate::AddWaterBox(double a, double b, double c, const Vec3D& move, PDB& p
     EndIfNoWaterMolecule(water_PDB, water_coords);
     EndIfTopologyDiffers(water_PDB);
     const long long most_atoms = RoomFor(pdb);
-    const double most_waters = std::floor(static_cast<double>(most_atoms / kWaterAtoms));
+    const auto most_waters = static_cast<double>(most_atoms / kWaterAtoms);
     const double taken = static_cast<double>(solute.size()) * MostPlacesTakenByAtom(water_coords);
     if (grid.HasMorePlacesThan(most_waters + taken)) EndForTooManyAtoms("box is too large");
     waters = PlaceWaters(grid, move, solute, most_atoms);

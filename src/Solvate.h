@@ -50,9 +50,9 @@ class Solvate {
   /// Puts water on a grid of 2.9 Angstrom, randomly turned, and leaves out what comes closer than 2
   /// Angstrom to an atom of the molecule. Returns the number of waters. `move` (in Angstrom) is
   /// added to the place of each. Takes time in proportion to the number of atoms and grid points;
-  /// those outside a droplet cost nothing. Ends the run, before any work, if there would be more
-  /// atoms than an index can count or the machine's memory can hold, and if the template has not
-  /// three atoms.
+  /// those outside a droplet cost nothing. Ends the run if there would be more atoms than an index
+  /// can count or the machine's memory can hold (before any work, where the size of the box alone
+  /// shows it), and if the template has not three atoms.
   static int AddWaterBox(double a, double b, double c, const Vec3D& move, PDB& pdb, bool droplet);
 
   /// Adds sodium and chloride ions to bring the total charge to a target and the ionic strength (in

@@ -2,6 +2,7 @@
 #include "TemplateTerms.h"
 
 #include <span>
+#include <utility>
 
 #include "ComputationalGeometry.h"
 #include "Error.h"
@@ -10,9 +11,7 @@ namespace orvane {
 
 namespace {
 
-// Degrees to radians as the topology files' values have always been converted here: 3.1415926535 /
-// 180.
-constexpr double kRadiansPerDegree = 0.017453292519444445;
+constexpr double kRadiansPerDegree = kFilePi / 180.0;
 
 // Where an atom goes of which not even length and angle are known.
 const Vec3D kUnknownPosition(99.0, 99.0, 99.0);

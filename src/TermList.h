@@ -11,13 +11,13 @@
 
 namespace orvane {
 
-/// An atom index with `shift` added. An index that no molecule has, as a damaged file may hold, wraps
-/// around at the ends of int.
+/// An atom index with `shift` added. An index that no molecule has, as a damaged file may hold,
+/// wraps around at the ends of int.
 inline int ShiftedIndex(int index, int shift) {
   return static_cast<int>(static_cast<unsigned>(index) + static_cast<unsigned>(shift));
 }
 
-/// Tuples of 0-based atom indices, kept one behind the other in flat storage, so that a million
+/// Tuples of 0-based atom indices, kept one after the other in flat storage, so that a million
 /// terms cost one allocation. Bonds have 2 atoms, angles 3, everything else 4.
 class TermList {
  public:
@@ -30,12 +30,15 @@ class TermList {
   std::size_t size() const { return indices_.size() / static_cast<std::size_t>(degree_); }
   bool empty() const { return indices_.empty(); }
 
+  /// The atoms of one term; valid until the list changes.
   std::span<const int> operator[](std::size_t term) const {
     return {indices_.data() + term * static_cast<std::size_t>(degree_),
             static_cast<std::size_t>(degree_)};
   }
 
   void clear() { indices_.clear(); }
+
+  /// Makes room for this many terms in all.
   void reserve(std::size_t terms) { indices_.reserve(terms * static_cast<std::size_t>(degree_)); }
 
   /// Appends one term, which must have `degree()` atoms.
@@ -46,7 +49,7 @@ class TermList {
     indices_.insert(indices_.end(), term.begin(), term.end());
   }
 
-  /// Makes room for so many more terms; one call for each of many small additions costs no more
+  /// Makes room for this many more terms; one call for each of many small additions costs no more
   /// than the additions do.
   void reserve_more(std::size_t terms) {
     const std::size_t wanted = indices_.size() + terms * static_cast<std::size_t>(degree_);

@@ -16,7 +16,8 @@ namespace {
 
 constexpr std::size_t kBlockSize = std::size_t{1} << 20;
 
-// Longest text of a double with `%f` and at most nine decimals: sign, 309 digits, point, decimals.
+// Room for the longest text of a double with `%f` and at most nine decimals: sign, 309 digits,
+// point, decimals.
 constexpr std::size_t kLongestFixed = 512;
 
 constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};

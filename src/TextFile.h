@@ -35,7 +35,7 @@ class TextFileWriter {
   TextFileWriter(const TextFileWriter&) = delete;
   TextFileWriter& operator=(const TextFileWriter&) = delete;
 
-  /// Opens a file, replacing any of this name. False on failure.
+  /// Opens a file, replacing any of this name. False on failure. No other file may be open.
   bool Open(const std::string& path);
 
   /// As "%s" on the text up to its first NUL byte; `Left` as "%-*s", `Right` as "%*s".
@@ -49,7 +49,7 @@ class TextFileWriter {
   /// As "%*.*f"; `width` is at most 64 and `precision` at most 9.
   void Fixed(double value, int width, int precision);
 
-  /// Writes what is left and closes the file. False if any write failed.
+  /// Writes what is left and closes the file, which must be open. False if any write failed.
   bool Close();
 
  private:

@@ -46,8 +46,8 @@ struct value_form<std::string> {
 
 /// Options with a long name, a one-letter short name or none, and a value or none.
 ///
-/// All options are declared with `add` first; then `parse` is called once; then `exist` and `get`
-/// answer.
+/// All options are declared with `add` first; then `parse` reads a command line, and `exist` and
+/// `get` answer. Another `parse` keeps what was given before.
 class parser {
  public:
   /// An option, whatever its kind.
@@ -125,7 +125,6 @@ class parser {
           short_name_(short_name),
           need_(need),
           description_(full_description(description, need, default_value)),
-          default_value_(default_value),
           actual_(default_value) {}
 
     bool has_value() const override { return true; }
@@ -169,7 +168,6 @@ class parser {
     bool need_;
     std::string description_;
     bool is_set_ = false;
-    T default_value_;
     T actual_;
   };
 

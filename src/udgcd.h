@@ -124,6 +124,7 @@ std::vector<std::vector<T>> RemoveNonChordless(const std::vector<std::vector<T>>
 template <typename Vertex, typename Graph, typename T>
 bool explore(const Vertex& from, const Graph& g, std::vector<std::vector<T>>& vv_paths,
              std::vector<std::vector<T>>& v_cycles, int depth) {
+  // The text of an assertion is printed as it stands here.
   // clang-format off
   assert(vv_paths.size()>0);
   // clang-format on

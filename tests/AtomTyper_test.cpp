@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <boost/property_tree/json_parser.hpp>
-#include <boost/property_tree/ptree.hpp>
 #include <algorithm>
 #include <array>
+#include <boost/property_tree/json_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
 #include <cmath>
 #include <csignal>
 #include <cstdint>
@@ -74,8 +74,8 @@ std::vector<Molecule> ReadMolecules(const fs::path& path) {
     const std::vector<int> unreachable = ListOf<int>(line, "unreachable");
     molecule.unreachable.insert(unreachable.begin(), unreachable.end());
     for (const auto& [index, pair] : line.get_child("bonds")) {
-      molecule.bonds.push_back({pair.front().second.get_value<int>(),
-                                pair.back().second.get_value<int>()});
+      molecule.bonds.push_back(
+          {pair.front().second.get_value<int>(), pair.back().second.get_value<int>()});
     }
   }
   return molecules;
@@ -209,8 +209,8 @@ Molecule RandomMolecule(std::mt19937& random, bool with_unbonded_atoms) {
 TEST(AtomTyper, HoldsElevenNetworksOfTheirShapes) {
   const AtomTyper typer;
   EXPECT_EQ(typer.num_hops, 2);
-  const std::map<int, int> num_types = {{1, 25}, {5, 1},   {6, 58},  {7, 29}, {8, 19}, {9, 5},
-                                        {15, 3}, {16, 10}, {17, 3},  {35, 4}, {53, 1}};
+  const std::map<int, int> num_types = {{1, 25}, {5, 1},   {6, 58}, {7, 29}, {8, 19}, {9, 5},
+                                        {15, 3}, {16, 10}, {17, 3}, {35, 4}, {53, 1}};
   ASSERT_EQ(typer.networks.size(), num_types.size());
   ASSERT_EQ(typer.type_tables.size(), num_types.size());
   Eigen::Index total = 0;
@@ -371,7 +371,7 @@ TEST(AtomTyper, OfEqualProbabilitiesTheFirstAllowedOneWins) {
 TEST(AtomTyper, WithNothingToCompareTheFirstTypeOfTheElementIsTaken) {
   const AtomTyper typer;
   const std::map<int, std::string> first = {
-      {1, "HGA1"}, {5, "BG201"}, {6, "CG1T1"},  {7, "NG1T1"},  {8, "OG2D1"}, {9, "FGA1"},
+      {1, "HGA1"}, {5, "BG201"},  {6, "CG1T1"},  {7, "NG1T1"},  {8, "OG2D1"}, {9, "FGA1"},
       {15, "PG0"}, {16, "SG2D1"}, {17, "CLGA1"}, {35, "BRGA1"}, {53, "IGR1"}};
   for (const auto& [element, name] : first) {
     const auto size = static_cast<std::size_t>(typer.networks.at(element).back().bias.size());
@@ -403,8 +403,8 @@ TEST(AtomTyper, AnEmptyMoleculeHasNoTypes) {
 
 TEST(AtomTyper, AnAtomWithoutNetworkIsSeenByTheOthers) {
   const AtomTyper typer;
-  const Molecule silane = MoleculeOf({14, 1, 1, 1, 6, 1, 1, 1},
-                                     {0, 1, 0, 2, 0, 3, 0, 4, 4, 5, 4, 6, 4, 7});
+  const Molecule silane =
+      MoleculeOf({14, 1, 1, 1, 6, 1, 1, 1}, {0, 1, 0, 2, 0, 3, 0, 4, 4, 5, 4, 6, 4, 7});
   Molecule germane = silane;
   germane.elements[0] = 32;
   for (const auto& calc : {DenseProbabilities, SparseProbabilities}) {

@@ -1,4 +1,4 @@
-// The element of an atom, and the rule by which two atoms are bonded.
+// The rule by which two atoms are bonded.
 #include "BondRule.h"
 
 #include <gtest/gtest.h>
@@ -13,13 +13,11 @@ namespace orvane {
 namespace {
 
 std::vector<PeriodicTable::ElementInformation> ElementsOf(const std::vector<std::string>& symbols) {
-  std::vector<PDB::Atom> atoms;
-  for (const std::string& symbol : symbols) atoms.emplace_back().Element = symbol;
-  return FindElements(atoms);
-}
-
-int NumberOf(const std::string& symbol) {
-  return ElementsOf({symbol}).at(0).atomic_number;
+  std::vector<PeriodicTable::ElementInformation> elements;
+  for (const std::string& symbol : symbols) {
+    PeriodicTable::GetElementInformation(symbol, elements.emplace_back());
+  }
+  return elements;
 }
 
 BondRadii RadiiOf(const std::string& symbol) {
@@ -36,95 +34,6 @@ void ExpectLimit(const std::string& a, const std::string& b, double limit) {
   EXPECT_TRUE(Bonded(b, a, std::nextafter(limit, 0.0))) << a << b;
   EXPECT_FALSE(Bonded(a, b, limit)) << a << b;
   EXPECT_FALSE(Bonded(b, a, limit)) << a << b;
-}
-
-TEST(BondRule, ElementsAreFoundInTheOrderOfTheAtoms) {
-  const auto elements = ElementsOf({"C", "H", "O", "Cl", "C"});
-  ASSERT_EQ(elements.size(), 5u);
-  EXPECT_EQ(elements[0].atomic_number, 6);
-  EXPECT_EQ(elements[1].symbol, "H");
-  EXPECT_EQ(elements[2].weight, 15.99903);
-  EXPECT_EQ(elements[3].atomic_number, 17);
-  EXPECT_EQ(elements[4].radius_single, 0.75);
-  EXPECT_TRUE(FindElements({}).empty());
-}
-
-TEST(BondRule, SymbolsInCapitalsOrSmallLettersAreUnderstood) {
-  EXPECT_EQ(NumberOf("CL"), 17);
-  EXPECT_EQ(NumberOf("cl"), 17);
-  EXPECT_EQ(NumberOf("BR"), 35);
-  EXPECT_EQ(NumberOf("zn"), 30);
-  EXPECT_EQ(NumberOf("c"), 6);
-}
-
-TEST(BondRule, TheSpellingOfTheTableComesFirst) {
-  EXPECT_EQ(NumberOf("Co"), 27);
-  EXPECT_EQ(NumberOf("CO"), 27);
-  EXPECT_EQ(NumberOf("C"), 6);
-}
-
-TEST(BondRule, DeuteriumIsHydrogen) {
-  EXPECT_EQ(NumberOf("D"), 1);
-  EXPECT_EQ(NumberOf("d"), 1);
-  EXPECT_EQ(ElementsOf({"D"})[0].weight, 1.00784);
-}
-
-TEST(BondRule, NumbersAndChargesBehindASymbolAreLeftOut) {
-  EXPECT_EQ(NumberOf("C1"), 6);
-  EXPECT_EQ(NumberOf("CL2"), 17);
-  EXPECT_EQ(NumberOf("N1+"), 7);
-}
-
-int NumberOf(const std::string& element, const std::string& column77, const std::string& name) {
-  PDB::Atom atom;
-  atom.Element = element;
-  atom.Column77 = column77;
-  atom.Name = name;
-  return FindElements({atom}).at(0).atomic_number;
-}
-
-TEST(BondRule, ASegmentNameInPlaceOfTheElementGivesWayToColumn77) {
-  EXPECT_EQ(NumberOf("AAAA", "CL", "CL1"), 17);
-  EXPECT_EQ(NumberOf("A1", "N", "CL1"), 7);
-  // The letters in front could be a symbol, and columns 77 and 78 still know better.
-  EXPECT_EQ(NumberOf("P1", "O", "CL1"), 8);
-  EXPECT_EQ(NumberOf("P1", "N1+", "CL1"), 7);
-  EXPECT_EQ(NumberOf("P1", "D", "CL1"), 1);
-}
-
-TEST(BondRule, FirstLettersServeWhereColumn77HasNoElement) {
-  EXPECT_EQ(NumberOf("C1", "", "N1"), 6);
-  EXPECT_EQ(NumberOf("CL1", "??", "N1"), 17);
-  EXPECT_EQ(NumberOf("N1+", "2", "C1"), 7);
-}
-
-TEST(BondRule, ASegmentNameInPlaceOfTheElementGivesWayToTheFirstLetterOfTheName) {
-  EXPECT_EQ(NumberOf("AAAA", "", "C12"), 6);
-  EXPECT_EQ(NumberOf("AAAA", "??", "1HB"), 1);
-  EXPECT_EQ(NumberOf("1", "", "1HB"), 1);
-  EXPECT_EQ(NumberOf("AAAA", "", ""), 0);
-  EXPECT_EQ(NumberOf("AAAA", "", "'"), 0);
-  // Shorter texts could be symbols that do not exist: nothing is made up for these.
-  EXPECT_EQ(NumberOf("Qq", "", "C1"), 0);
-}
-
-TEST(BondRule, AKnownElementWinsOverColumn77AndTheName) {
-  EXPECT_EQ(NumberOf("O", "N", "C1"), 8);
-  EXPECT_EQ(NumberOf("B", "N", "C1"), 5);
-  EXPECT_EQ(NumberOf("CL", "N", "C1"), 17);
-  EXPECT_EQ(NumberOf("D", "N", "C1"), 1);
-}
-
-TEST(BondRule, AnUnknownElementIsThePlaceholderWhateverAtomComesBefore) {
-  for (const char* symbol : {"", "Qq", "LP", "Og", "OG", " C", "1C", "\xC3\xA4"}) {
-    const auto elements = ElementsOf({symbol, "Fe", symbol});
-    for (const std::size_t i : {0u, 2u}) {
-      EXPECT_EQ(elements[i].atomic_number, 0) << symbol;
-      EXPECT_EQ(elements[i].symbol, "X") << symbol;
-      EXPECT_EQ(elements[i].radius_single, 0.0) << symbol;
-      EXPECT_EQ(elements[i].weight, 0.0) << symbol;
-    }
-  }
 }
 
 TEST(BondRule, RadiiAreThoseOfTheThreeKindsOfBonds) {

@@ -147,7 +147,7 @@ TEST(CHARMMParameterFiles, CommentsBlanksAndCarriageReturnsAreCut) {
   EXPECT_EQ(BondOf(params, "G", "H"), (Params::BondParam{7.0, 8.0}));
 }
 
-TEST(CHARMMParameterFiles, NothingBehindEndIsRead) {
+TEST(CHARMMParameterFiles, NothingAfterEndIsRead) {
   const Params params = Parsed("BONDS\nA B 1 2\nend of it\nC D x y\nBONDS\nE F 3 4\n");
   EXPECT_EQ(params.GetBondParams().size(), 1u);
 }

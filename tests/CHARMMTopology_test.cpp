@@ -20,6 +20,7 @@ namespace {
 
 using testing_support::MessageOf;
 using testing_support::OutputOf;
+using testing_support::PlainFailure;
 using testing_support::TemporaryFolder;
 
 using Record = TopologyLibrary::Residue;
@@ -403,10 +404,6 @@ TEST(CHARMMTopology, WhatABadLineFollowsIsStillWarnedOf) {
 
 // The reader as one would write it first: a walk by index with a flag, which visits a line that
 // ends a record twice. What it prints and what ends it are collected.
-struct PlainFailure {
-  std::string message;
-};
-
 class PlainReader {
  public:
   void Read(const std::string& text) {

@@ -196,7 +196,7 @@ TEST(CommandLine, ChecksValuesBeforeTheMode) {
             "Error occurs: The charge should be an integer but not \"x\".\n");
 }
 
-TEST(CommandLine, NamesThePlaceOfABadValueBehindItsMessage) {
+TEST(CommandLine, NamesThePlaceOfABadValueAfterItsMessage) {
   const RunResult result = Ravelo({"check", "--charge", "x"});
   EXPECT_EQ(result.out.find("Error occurs: The charge should be an integer but not \"x\".\n (in "
                             "src/CmdArgs.cpp at line "),

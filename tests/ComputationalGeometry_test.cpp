@@ -104,7 +104,7 @@ TEST(CalcCenter, DividesByTheNumberOfPointsAlsoWithWeights) {
   ExpectSame(Geometry::CalcCenter(2, points, weights), {5.0, -3.0, 7.0});
 }
 
-TEST(CalcCenter, MultipliesBySumsReciprocal) {
+TEST(CalcCenter, MultipliesTheSumByTheReciprocalOfTheCount) {
   // 5 / 49 and 5 * (1 / 49) differ in the last bit, for example.
   std::vector<Vec3D> points(49);
   points[7] = {1.0, 5.0, 9.0};
@@ -495,7 +495,7 @@ TEST(Rotate, OnlyMovesWhenAllAnglesAreZero) {
   }
 }
 
-TEST(Rotate, TurnsAroundTheAxesInItsOwnWay) {
+TEST(Rotate, TurnsAboutZThenAboutYThenAboutZ) {
   const double quarter = kPi / 2;
   const Vec3D pair[2] = {{1.0, 2.0, 3.0}, {-1.0, -2.0, -3.0}};
   std::vector<Vec3D> points(pair, pair + 2);

@@ -206,14 +206,14 @@ TEST(JoinCrossTerms, DropsTheLoneHalvesAtTheEndsOfChains) {
 }
 
 TEST(JoinCrossTerms, DoesNotJoinHalvesOfNeighbouringResidues) {
-  // The end of the first residue's term and the begin of the second one's, as they stand where an
-  // atom in between was deleted.
+  // The end of the first residue's term and the beginning of the second one's, as they stand where
+  // an atom in between was deleted.
   const Joined joined = JoinHalves({3, 4, 5, 6, 5, 6, 7, 8});
   EXPECT_TRUE(joined.indices.empty());
   EXPECT_EQ(joined.lone, 2u);
 }
 
-TEST(JoinCrossTerms, GoesOnBehindAHalfWhosePartnerWasDeleted) {
+TEST(JoinCrossTerms, GoesOnAfterAHalfWhosePartnerWasDeleted) {
   // Residues 1 to 3 of a chain, where the second half of residue 1 is gone: the first one must not
   // take a half of residue 2 away.
   const Joined joined = JoinHalves({2, 3, 4,  5,                 //
@@ -529,32 +529,34 @@ TEST(WriteEnginePSF, KeepsItsColumnsBeyondAMillionAtoms) {
 
 TEST(WriteEnginePSF, EndsTheRunForNamesAndNumbersThatDoNotFit) {
   const TemporaryFolder folder;
+  const std::string path = "\"" + folder / "engine.psf" + "\"";
   const auto message_for = [&](const auto& change) {
     EngineTopology topology;
     topology.atoms = MakeAtoms(2);
     change(topology.atoms[1]);
     return MessageOf([&] { WriteEnginePSF(topology, folder / "engine.psf"); });
   };
-  EXPECT_EQ(
-      message_for([](Atom& atom) { atom.name = "123456789"; }),
-      "Error occurs: The name \"123456789\" of atom 2 does not fit the PSF file: it may have 1 "
-      "to 8 characters.");
-  EXPECT_EQ(
-      message_for([](Atom& atom) { atom.type = "CG2R61X"; }),
-      "Error occurs: The type \"CG2R61X\" of atom 2 does not fit the PSF file: it may have 1 to "
-      "6 characters.");
-  EXPECT_EQ(
-      message_for([](Atom& atom) { atom.segment = ""; }),
-      "Error occurs: The segment \"\" of atom 2 does not fit the PSF file: it may have 1 to 8 "
-      "characters.");
+  EXPECT_EQ(message_for([](Atom& atom) { atom.name = "123456789"; }),
+            "Error occurs: The name \"123456789\" of atom 2 does not fit the PSF file " + path +
+                ": it may have 1 to 8 characters.");
+  EXPECT_EQ(message_for([](Atom& atom) { atom.type = "CG2R61X"; }),
+            "Error occurs: The type \"CG2R61X\" of atom 2 does not fit the PSF file " + path +
+                ": it may have 1 to 6 characters.");
+  EXPECT_EQ(message_for([](Atom& atom) { atom.segment = ""; }),
+            "Error occurs: The segment \"\" of atom 2 does not fit the PSF file " + path +
+                ": it may have 1 to 8 characters.");
   EXPECT_THAT(message_for([](Atom& atom) { atom.residue_name = "ALANINATE"; }),
               HasSubstr("The residue name \"ALANINATE\" of atom 2"));
   EXPECT_THAT(message_for([](Atom& atom) { atom.residue_sn = -12345678; }),
               HasSubstr("The residue number \"-12345678\" of atom 2"));
-  EXPECT_EQ(message_for([](Atom& atom) { atom.charge = 1e7; }),
-            "Error occurs: The charge of atom 2 does not fit the PSF file.");
+  for (const double charge : {1e7, 999999.5, -999999.9999999, std::nan("")}) {
+    EXPECT_EQ(message_for([charge](Atom& atom) { atom.charge = charge; }),
+              "Error occurs: The charge of atom 2 does not fit the PSF file " + path +
+                  ": it may lie between -999999 and 999999.");
+  }
   EXPECT_EQ(message_for([](Atom& atom) { atom.mass = -1e7; }),
-            "Error occurs: The mass of atom 2 does not fit the PSF file.");
+            "Error occurs: The mass of atom 2 does not fit the PSF file " + path +
+                ": it may lie between -999999 and 999999.");
   EXPECT_FALSE(std::filesystem::exists(folder / "engine.psf")) << "nothing is written before";
 }
 

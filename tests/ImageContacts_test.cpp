@@ -95,9 +95,14 @@ TEST(ImageContacts, RandomCellsHaveTheContactsThatAPlainSearchFinds) {
   for (int round = 0; round < 120; ++round) {
     SCOPED_TRACE(round);
     const double edge = real(2.0, 7.0);
-    LatticeVectors lattice = {
-        Vec3D(edge * real(0.7, 1.3), 0, 0), Vec3D(edge * real(-0.5, 0.5), edge * real(0.7, 1.3), 0),
-        Vec3D(edge * real(-0.5, 0.5), edge * real(-0.5, 0.5), edge * real(0.7, 1.3))};
+    // One by one: the order of a call's arguments is the compiler's choice.
+    LatticeVectors lattice = {};
+    lattice[0].x = edge * real(0.7, 1.3);
+    lattice[1].x = edge * real(-0.5, 0.5);
+    lattice[1].y = edge * real(0.7, 1.3);
+    lattice[2].x = edge * real(-0.5, 0.5);
+    lattice[2].y = edge * real(-0.5, 0.5);
+    lattice[2].z = edge * real(0.7, 1.3);
     if (round % 3 == 0) std::swap(lattice[0], lattice[2]);
     // Vectors that lead nowhere, so that atoms can be anywhere in their direction.
     for (int k = 0; k < round % 4; ++k) lattice[(round + k) % 3] = Vec3D();

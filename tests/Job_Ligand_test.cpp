@@ -115,7 +115,14 @@ TEST_F(LigandJob, ACellMakesMoleculesWholeAndASuperCell) {
 }
 
 TEST_F(LigandJob, NoBondOfTheSuperCellCrossesFromOneCellToTheNext) {
-  // In a chain along the cell, each cell's end touches the next cell.
+  // Each carbon is within a bond's length of its own image in the next cell.
+  folder.Write("m.xyz", "2\nchain\nC 0 0 0\nCl 0 9 9\n");
+  Run({"-i", "m.xyz", "-o", "x", "--pbc", "1.5 0 0 0 40 0 0 0 40", "--super-cells", "1 0 0"});
+  EXPECT_EQ(CoordsOf("x-sc.pdb").size(), 6u);
+  EXPECT_TRUE(TopologyOf("x-sc.psf").GetBonds().empty());
+}
+
+TEST_F(LigandJob, TheSuperCellRepeatsNamesAndTypesAndNumbersTheCells) {
   folder.Write("m.xyz", "3\nsplit\nC 0 0 0\nC 1.4 0 0\nCl 0 9 9\n");
   Run({"-i", "m.xyz", "-o", "x", "--pbc", "40 0 0 0 40 0 0 0 40", "--super-cells", "1 0 0"});
   const MolecularMechanicsTopology topology = TopologyOf("x-sc.psf");

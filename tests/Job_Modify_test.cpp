@@ -191,7 +191,7 @@ TEST_F(ModifyJob, WithoutEditsWritesWhatItReads) {
   EXPECT_EQ(Read("m-modify.psf"), Read("m.psf"));
 }
 
-TEST_F(ModifyJob, NeedsAnInputFileBeforeAllAndATopologyBehindTheReport) {
+TEST_F(ModifyJob, NeedsAnInputFileBeforeAllAndATopologyAfterTheReport) {
   EXPECT_EQ(Run({"modify", "-t", "m.psf"}),
             "Error occurs: An input file must be given with \"-i\".");
   MakePeptide();
@@ -296,7 +296,7 @@ TEST_F(ModifyJob, AMissingPatchOfTheProgramEndsTheRun) {
             "Error occurs: Patch MML not found in topology library.");
 }
 
-TEST_F(ModifyJob, ASiteThatIsNotThereOrMalformedEndsTheRunBehindTheEditsBeforeIt) {
+TEST_F(ModifyJob, ASiteThatIsNotThereOrMalformedEndsTheRunAfterTheEditsBeforeIt) {
   MakePeptide();
   const std::string applied =
       "Apply Mono-Methyl-Lysine (MML) on residue LYS12 at chain A with patch MML ... done.\n";

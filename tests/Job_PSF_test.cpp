@@ -145,7 +145,7 @@ TEST_F(PSFJob, WithoutFilesToMergeAnEmptyFileIsWritten) {
             "\n");
 }
 
-TEST_F(PSFJob, AFileThatFailsEndsTheRunBehindItsName) {
+TEST_F(PSFJob, AFileThatFailsEndsTheRunAfterItsName) {
   folder.Write("a.psf", kFirst);
   EXPECT_EQ(Run({"-o", "x", "-m", "a.psf no.psf a.psf"}),
             "Merge PSF files: a.psf no.psfError occurs: Cannot open PSF file \"no.psf\".");

@@ -178,7 +178,7 @@ TEST_F(SolvateJob, OneWaterKeepsTheTemplatesNumberWhichIsThatOfThePDBFile) {
   EXPECT_EQ(topology.GetAtoms().back().residue_sn, 1);
 }
 
-TEST_F(SolvateJob, ADropletIsToldByItsRadii) {
+TEST_F(SolvateJob, ADropletIsReportedByItsRadii) {
   const std::string out = RunOnMolecule({"--droplet", "--box", "40 60 80", "--no-add-ions"});
   EXPECT_NE(out.find("\nBuilding water droplet with radii: 20.000 x 30.000 x 40.000 Angstrom^3.\n"
                      "Center moved by: 0.000, 0.000, 0.000 Angstrom.\n"),

@@ -377,7 +377,7 @@ TEST_F(TopolJob, EveryRunOfAminoAcidsIsPatchedFirstItsHeadAndThenItsEnd) {
                 End("in-topol", "2.00000"));
 }
 
-TEST_F(TopolJob, AnEndTooManyBehindTheLastRunIsLeftAlone) {
+TEST_F(TopolJob, AnEndTooManyAfterTheLastRunIsLeftAlone) {
   // The water as very last residue counts as an end, too, but there is no head for it.
   Write("in.pdb", AtomLine("N", "GLY", "A", 1) + AtomLine("CA", "GLY", "A", 1) +
                       AtomLine("O", "HOH", "W", 3));

@@ -59,6 +59,14 @@ TEST(Program, FoldsTheModeToLowerCase) {
   EXPECT_EQ(WithoutPlace(result.out), "Error occurs: An input file must be given with \"-i\".");
 }
 
+TEST(Program, ListsEveryModeInItsBanner) {
+  const TemporaryFolder folder;
+  const std::string banner = RunRavelo({}, folder.path()).out;
+  for (const auto& [mode, driver] : Job::AvailableModes) {
+    EXPECT_NE(banner.find("    " + mode + "\n"), std::string::npos) << mode;
+  }
+}
+
 TEST(Program, RunsAModeWithoutAnyOption) {
   const TemporaryFolder folder;
   const RunResult result = RunRavelo({"psf"}, folder.path());

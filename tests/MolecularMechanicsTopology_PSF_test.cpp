@@ -18,29 +18,16 @@
 namespace orvane {
 namespace {
 
+using testing_support::AsLists;
 using testing_support::MessageOf;
 using testing_support::RunInChild;
 using testing_support::RunRavelo;
 using testing_support::RunResult;
 using testing_support::TemporaryFolder;
+using testing_support::TermListOf;
+using testing_support::Terms;
 
 using Topology = MolecularMechanicsTopology;
-using Terms = std::vector<std::vector<int>>;
-
-TermList ListOf(int degree, const Terms& terms) {
-  TermList list(degree);
-  for (const std::vector<int>& term : terms) list.push_back(std::span<const int>(term));
-  return list;
-}
-
-Terms TermsOf(const TermList& list) {
-  Terms terms;
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    const std::span<const int> term = list[i];
-    terms.emplace_back(term.begin(), term.end());
-  }
-  return terms;
-}
 
 Topology::Atom AtomOf(const std::string& segment, int number, const std::string& residue,
                       const std::string& name, const std::string& type, double charge,
@@ -59,7 +46,7 @@ Topology::Atom AtomOf(const std::string& segment, int number, const std::string&
 Topology TopologyOf(const std::vector<Topology::Atom>& atoms, const Terms& bonds,
                     const Terms& impropers = {}, const Terms& cmaps = {}) {
   Topology topology;
-  topology.Build(atoms, ListOf(2, bonds), ListOf(4, impropers), ListOf(4, cmaps));
+  topology.Build(atoms, TermListOf(2, bonds), TermListOf(4, impropers), TermListOf(4, cmaps));
   return topology;
 }
 
@@ -258,7 +245,7 @@ std::string PlainlyWritten(const Topology& topology) {
   text += "\n";
   const auto section = [&](const TermList& list, const char* label, int width,
                            std::size_t per_line) {
-    const Terms terms = TermsOf(list);
+    const Terms terms = AsLists(list);
     std::snprintf(line, sizeof line, "%8d !%s\n", static_cast<int>(terms.size()), label);
     text += line;
     for (std::size_t i = 0; i < terms.size(); ++i) {
@@ -293,11 +280,11 @@ TEST(PSFRoundTrip, GivesAnEqualTopology) {
     const std::string text = Written(topology);
     const Topology read = Read(text);
     ASSERT_EQ(read.GetAtoms(), topology.GetAtoms()) << text;
-    ASSERT_EQ(TermsOf(read.GetBonds()), TermsOf(topology.GetBonds()));
-    ASSERT_EQ(TermsOf(read.GetAngles()), TermsOf(topology.GetAngles()));
-    ASSERT_EQ(TermsOf(read.GetDihedrals()), TermsOf(topology.GetDihedrals()));
-    ASSERT_EQ(TermsOf(read.GetImpropers()), TermsOf(topology.GetImpropers()));
-    ASSERT_EQ(TermsOf(read.GetCmaps()), TermsOf(topology.GetCmaps()));
+    ASSERT_EQ(AsLists(read.GetBonds()), AsLists(topology.GetBonds()));
+    ASSERT_EQ(AsLists(read.GetAngles()), AsLists(topology.GetAngles()));
+    ASSERT_EQ(AsLists(read.GetDihedrals()), AsLists(topology.GetDihedrals()));
+    ASSERT_EQ(AsLists(read.GetImpropers()), AsLists(topology.GetImpropers()));
+    ASSERT_EQ(AsLists(read.GetCmaps()), AsLists(topology.GetCmaps()));
     ASSERT_EQ(Written(read), text);
   }
 }
@@ -345,12 +332,12 @@ TEST(PSFLoad, ReadsAtomsAndTerms) {
   EXPECT_EQ(topology.GetAtoms()[2].type, "c");
   EXPECT_EQ(topology.GetAtoms()[2].lj_epsilon, 0.0);
   EXPECT_EQ(topology.GetAtoms()[2].lj_sigma, 0.0);
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{0, 1}, {1, 2}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{0, 1}, {1, 2}}));
   // Angles and dihedrals are the file's, also where the bonds give others.
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{2, 1, 0}}));
-  EXPECT_EQ(TermsOf(topology.GetDihedrals()), (Terms{{0, 1, 2, 0}}));
-  EXPECT_EQ(TermsOf(topology.GetImpropers()), (Terms{{2, 1, 0, 2}}));
-  EXPECT_EQ(TermsOf(topology.GetCmaps()), (Terms{{0, 0, 0, 0}, {1, 1, 1, 1}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{2, 1, 0}}));
+  EXPECT_EQ(AsLists(topology.GetDihedrals()), (Terms{{0, 1, 2, 0}}));
+  EXPECT_EQ(AsLists(topology.GetImpropers()), (Terms{{2, 1, 0, 2}}));
+  EXPECT_EQ(AsLists(topology.GetCmaps()), (Terms{{0, 0, 0, 0}, {1, 1, 1, 1}}));
 }
 
 TEST(PSFLoad, KeepsTheAnglesOfTheFileUntilTheNextBuild) {
@@ -358,7 +345,7 @@ TEST(PSFLoad, KeepsTheAnglesOfTheFileUntilTheNextBuild) {
   EXPECT_TRUE(topology.GetAngles().empty());
   EXPECT_NE(Written(topology).find("       0 !NTHETA"), std::string::npos);
   topology.BuildAnglesAndDihedrals();
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{0, 1, 2}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{0, 1, 2}}));
 }
 
 TEST(PSFLoad, ReplacesWhatTheTopologyHeld) {
@@ -381,7 +368,7 @@ TEST(PSFLoad, LooksAtNoLabelAndNoIndexOfAnAtom) {
       "no empty line\n1\n2 1\n \n" +
       kFourEmpty + "not read 1 2 3");
   EXPECT_EQ(topology.GetAtoms().size(), 2u);
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{1, 0}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{1, 0}}));
 }
 
 TEST(PSFLoad, SkipsAsManyTitlesAsToldAndAnEmptyLine) {
@@ -421,17 +408,17 @@ TEST(PSFLoad, TakesElevenWordsInAnAtomLineButNotTen) {
 
 TEST(PSFLoad, LetsTheLinesDecideAndNotTheCount) {
   const Topology topology = Read(kHead + "100 !NBOND\n1 2\n1 3 2\n3\n\n" + kFourEmpty);
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{0, 1}, {0, 2}, {1, 2}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{0, 1}, {0, 2}, {1, 2}}));
   EXPECT_EQ(Read(kHead + "0 !NBOND\n1 2\n\n" + kFourEmpty).GetBonds().size(), 1u);
 }
 
 TEST(PSFLoad, EndsASectionAtALineOfBlanks) {
   const Topology topology = Read(kHead + "1\n1 2\n \t \r\n" + kFourEmpty);
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{0, 1}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{0, 1}}));
 }
 
 TEST(PSFLoad, EndsTheLastSectionWithTheText) {
-  EXPECT_EQ(TermsOf(Read(kHead + kFourEmpty + "1\n1 2 3 3").GetCmaps()), (Terms{{0, 1, 2, 2}}));
+  EXPECT_EQ(AsLists(Read(kHead + kFourEmpty + "1\n1 2 3 3").GetCmaps()), (Terms{{0, 1, 2, 2}}));
   EXPECT_TRUE(Read(kHead + kFourEmpty + "0").GetCmaps().empty());
 }
 
@@ -442,12 +429,12 @@ TEST(PSFLoad, ReadsFilesWithCarriageReturns) {
   }
   const Topology topology = Read(text);
   EXPECT_EQ(topology.GetAtoms().size(), 3u);
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{0, 1}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{0, 1}}));
 }
 
 TEST(PSFLoad, TakesADonorSectionForTheCrossTerms) {
   const std::string to_impropers = kHead + kFourEmpty;
-  EXPECT_EQ(TermsOf(Read(to_impropers + "2 !NDON: donors\n1 2 1 3\n\n0 !NACC\n\n").GetCmaps()),
+  EXPECT_EQ(AsLists(Read(to_impropers + "2 !NDON: donors\n1 2 1 3\n\n0 !NACC\n\n").GetCmaps()),
             (Terms{{0, 1, 0, 2}}));
   EXPECT_EQ(ReadingMessage(to_impropers + "1 !NDON: donors\n1 2\n\n0 !NACC\n\n"),
             "Error occurs: There should be 4n number of cmap indices in \"PATH\" but not 2.");
@@ -456,8 +443,8 @@ TEST(PSFLoad, TakesADonorSectionForTheCrossTerms) {
 TEST(PSFLoad, StoresIndicesThatAreOutOfRange) {
   const std::string rest = "1\n0 -2147483648 7 3\n\n" + kEmpty;
   const Topology topology = Read(kHead + "1\n0 99\n\n" + kEmpty + kEmpty + rest);
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{-1, 98}}));
-  EXPECT_EQ(TermsOf(topology.GetImpropers()), (Terms{{-1, 2147483647, 6, 2}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{-1, 98}}));
+  EXPECT_EQ(AsLists(topology.GetImpropers()), (Terms{{-1, 2147483647, 6, 2}}));
 }
 
 TEST(PSFLoad, TellsTheLowestNumberOfABadBondAsTheFileHasIt) {
@@ -472,7 +459,7 @@ TEST(PSFLoad, LeavesABadBondToTheNextUse) {
   const std::string text = kHead + "2\n1 2 3 4\n\n" + kFourEmpty;
   const std::string message =
       "Error occurs: The bond 3-4 is wrong: there are atoms from 1 to 3 only.";
-  EXPECT_EQ(TermsOf(Read(text).GetBonds()), (Terms{{0, 1}, {2, 3}}));
+  EXPECT_EQ(AsLists(Read(text).GetBonds()), (Terms{{0, 1}, {2, 3}}));
   EXPECT_NE(Written(Read(text)).find("       1       2       3       4\n"), std::string::npos);
   EXPECT_EQ(MessageOf([&] {
               Topology topology = Read(text);
@@ -638,10 +625,10 @@ TEST(PSFLoad, FillsTheWorkingListsOfAMolecule) {
   molecule.tmpBonds.push_back({5, 6});
   molecule.LoadPSFFile(folder.Write("in.psf", text));
   EXPECT_EQ(molecule.tmpAtoms, Read(text).GetAtoms());
-  EXPECT_EQ(TermsOf(molecule.tmpBonds), (Terms{{0, 1}, {1, 2}}));
-  EXPECT_EQ(TermsOf(molecule.tmpImpropers), (Terms{{2, 1, 0, 2}}));
-  EXPECT_EQ(TermsOf(molecule.tmpCmaps), (Terms{{0, 1, 2, 0}}));
-  EXPECT_EQ(TermsOf(molecule.topology.GetBonds()), (Terms{{0, 1}, {1, 2}}));
+  EXPECT_EQ(AsLists(molecule.tmpBonds), (Terms{{0, 1}, {1, 2}}));
+  EXPECT_EQ(AsLists(molecule.tmpImpropers), (Terms{{2, 1, 0, 2}}));
+  EXPECT_EQ(AsLists(molecule.tmpCmaps), (Terms{{0, 1, 2, 0}}));
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (Terms{{0, 1}, {1, 2}}));
   EXPECT_TRUE(molecule.topology.GetAngles().empty());
   // Whether the file fits the atoms is not asked.
   EXPECT_TRUE(molecule.atoms.empty());

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <set>
 #include <span>
 #include <string>
 #include <utility>
@@ -17,31 +18,15 @@
 namespace orvane {
 namespace {
 
+using testing_support::AsLists;
 using testing_support::MessageOf;
 using testing_support::RunInChild;
 using testing_support::RunResult;
 using testing_support::TemporaryFolder;
+using testing_support::TermListOf;
+using testing_support::Terms;
 
 using Topology = MolecularMechanicsTopology;
-using Terms = std::vector<std::vector<int>>;
-
-TermList ListOf(int degree, const Terms& terms) {
-  TermList list(degree);
-  for (const std::vector<int>& term : terms) {
-    EXPECT_EQ(term.size(), static_cast<std::size_t>(degree));
-    list.push_back(std::span<const int>(term));
-  }
-  return list;
-}
-
-Terms TermsOf(const TermList& list) {
-  Terms terms;
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    const std::span<const int> term = list[i];
-    terms.emplace_back(term.begin(), term.end());
-  }
-  return terms;
-}
 
 std::vector<Topology::Atom> Atoms(std::size_t count, const std::string& name = "C") {
   std::vector<Topology::Atom> atoms(count);
@@ -55,7 +40,8 @@ std::vector<Topology::Atom> Atoms(std::size_t count, const std::string& name = "
 Topology TopologyOf(std::size_t atoms, const Terms& bonds, const Terms& impropers = {},
                     const Terms& cmaps = {}, const std::string& name = "C") {
   Topology topology;
-  topology.Build(Atoms(atoms, name), ListOf(2, bonds), ListOf(4, impropers), ListOf(4, cmaps));
+  topology.Build(Atoms(atoms, name), TermListOf(2, bonds), TermListOf(4, impropers),
+                 TermListOf(4, cmaps));
   return topology;
 }
 
@@ -93,11 +79,44 @@ std::pair<Terms, Terms> PlainlyDerived(std::size_t atoms, const Terms& bonds) {
   return {angles, dihedrals};
 }
 
+// Angles and dihedrals of a simple graph by their definition: its paths of three and of four atoms,
+// each once, from the end with the lower index, in no order.
+std::pair<Terms, Terms> PathsOf(int atoms, const Terms& bonds) {
+  std::set<std::pair<int, int>> bonded;
+  for (const std::vector<int>& bond : bonds) {
+    bonded.emplace(bond[0], bond[1]);
+    bonded.emplace(bond[1], bond[0]);
+  }
+  Terms angles;
+  Terms dihedrals;
+  for (int a = 0; a < atoms; ++a) {
+    for (int b = 0; b < atoms; ++b) {
+      if (!bonded.contains({a, b})) continue;
+      for (int c = 0; c < atoms; ++c) {
+        if (c == a || !bonded.contains({b, c})) continue;
+        if (a < c) angles.push_back({a, b, c});
+        for (int d = a + 1; d < atoms; ++d) {
+          if (d != b && bonded.contains({c, d})) dihedrals.push_back({a, b, c, d});
+        }
+      }
+    }
+  }
+  return {angles, dihedrals};
+}
+
+Terms InOneOrder(Terms terms) {
+  for (std::vector<int>& term : terms) {
+    if (term.front() > term.back()) std::ranges::reverse(term);
+  }
+  std::ranges::sort(terms);
+  return terms;
+}
+
 void ExpectPlainlyDerived(const Topology& topology) {
   const auto [angles, dihedrals] =
-      PlainlyDerived(topology.GetAtoms().size(), TermsOf(topology.GetBonds()));
-  ASSERT_EQ(TermsOf(topology.GetAngles()), angles);
-  ASSERT_EQ(TermsOf(topology.GetDihedrals()), dihedrals);
+      PlainlyDerived(topology.GetAtoms().size(), AsLists(topology.GetBonds()));
+  ASSERT_EQ(AsLists(topology.GetAngles()), angles);
+  ASSERT_EQ(AsLists(topology.GetDihedrals()), dihedrals);
 }
 
 TEST(Topology, IsEmptyAtFirst) {
@@ -122,15 +141,15 @@ TEST(Topology, TakesOverWhatItIsBuiltFrom) {
   const Topology topology =
       TopologyOf(5, {{1, 0}, {0, 2}}, {{3, 2, 1, 0}}, {{0, 1, 2, 3}, {1, 2, 3, 4}});
   EXPECT_EQ(topology.GetAtoms(), Atoms(5));
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{1, 0}, {0, 2}}));
-  EXPECT_EQ(TermsOf(topology.GetImpropers()), (Terms{{3, 2, 1, 0}}));
-  EXPECT_EQ(TermsOf(topology.GetCmaps()), (Terms{{0, 1, 2, 3}, {1, 2, 3, 4}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{1, 0}, {0, 2}}));
+  EXPECT_EQ(AsLists(topology.GetImpropers()), (Terms{{3, 2, 1, 0}}));
+  EXPECT_EQ(AsLists(topology.GetCmaps()), (Terms{{0, 1, 2, 3}, {1, 2, 3, 4}}));
 }
 
 TEST(Topology, ForgetsWhatItHeldWhenItIsBuiltAnew) {
   Topology topology = TopologyOf(4, {{0, 1}, {1, 2}, {2, 3}}, {{0, 1, 2, 3}}, {{0, 1, 2, 3}});
   ASSERT_EQ(topology.GetDihedrals().size(), 1u);
-  topology.Build(Atoms(2), ListOf(2, {{0, 1}}), TermList(4), TermList(4));
+  topology.Build(Atoms(2), TermListOf(2, {{0, 1}}), TermList(4), TermList(4));
   EXPECT_EQ(topology.GetAtoms().size(), 2u);
   EXPECT_EQ(topology.GetBonds().size(), 1u);
   EXPECT_TRUE(topology.GetAngles().empty());
@@ -144,35 +163,35 @@ TEST(Topology, CanBeBuiltFromItsOwnLists) {
   topology.Build(topology.GetAtoms(), topology.GetBonds(), topology.GetImpropers(),
                  topology.GetCmaps());
   EXPECT_EQ(topology.GetAtoms(), Atoms(4));
-  EXPECT_EQ(TermsOf(topology.GetDihedrals()), (Terms{{0, 1, 2, 3}}));
-  EXPECT_EQ(TermsOf(topology.GetCmaps()), (Terms{{3, 2, 1, 0}}));
+  EXPECT_EQ(AsLists(topology.GetDihedrals()), (Terms{{0, 1, 2, 3}}));
+  EXPECT_EQ(AsLists(topology.GetCmaps()), (Terms{{3, 2, 1, 0}}));
 }
 
 TEST(TopologyTerms, OfAChainAreItsPaths) {
   const Topology topology = TopologyOf(4, {{0, 1}, {1, 2}, {2, 3}});
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{0, 1, 2}, {1, 2, 3}}));
-  EXPECT_EQ(TermsOf(topology.GetDihedrals()), (Terms{{0, 1, 2, 3}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{0, 1, 2}, {1, 2, 3}}));
+  EXPECT_EQ(AsLists(topology.GetDihedrals()), (Terms{{0, 1, 2, 3}}));
 }
 
 TEST(TopologyTerms, FollowTheOrderOfTheBonds) {
   const Topology topology = TopologyOf(4, {{2, 3}, {1, 2}, {0, 1}});
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{1, 2, 3}, {0, 1, 2}}));
-  EXPECT_EQ(TermsOf(topology.GetDihedrals()), (Terms{{0, 1, 2, 3}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{1, 2, 3}, {0, 1, 2}}));
+  EXPECT_EQ(AsLists(topology.GetDihedrals()), (Terms{{0, 1, 2, 3}}));
   // Neighbours are taken in the order of the bonds too, and are never sorted.
-  EXPECT_EQ(TermsOf(TopologyOf(4, {{0, 3}, {0, 1}, {0, 2}}).GetAngles()),
+  EXPECT_EQ(AsLists(TopologyOf(4, {{0, 3}, {0, 1}, {0, 2}}).GetAngles()),
             (Terms{{1, 0, 3}, {1, 0, 2}, {2, 0, 3}}));
 }
 
 TEST(TopologyTerms, OfARingOfThreeHaveNoDihedral) {
   const Topology topology = TopologyOf(3, {{0, 1}, {1, 2}, {2, 0}});
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{1, 0, 2}, {0, 1, 2}, {0, 2, 1}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{1, 0, 2}, {0, 1, 2}, {0, 2, 1}}));
   EXPECT_TRUE(topology.GetDihedrals().empty());
 }
 
 TEST(TopologyTerms, OfARingOfFourHaveEachPathOnce) {
   const Topology topology = TopologyOf(4, {{0, 1}, {1, 2}, {2, 3}, {3, 0}});
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{1, 0, 3}, {0, 1, 2}, {1, 2, 3}, {0, 3, 2}}));
-  const Terms dihedrals = TermsOf(topology.GetDihedrals());
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{1, 0, 3}, {0, 1, 2}, {1, 2, 3}, {0, 3, 2}}));
+  const Terms dihedrals = AsLists(topology.GetDihedrals());
   EXPECT_EQ(dihedrals.size(), 4u);
   EXPECT_EQ(dihedrals, PlainlyDerived(4, {{0, 1}, {1, 2}, {2, 3}, {3, 0}}).second);
   // Their middle bonds are the four bonds.
@@ -186,7 +205,7 @@ TEST(TopologyTerms, OfARingOfFourHaveEachPathOnce) {
 
 TEST(TopologyTerms, ComeTwiceForABondThatIsListedTwice) {
   const Topology topology = TopologyOf(3, {{0, 1}, {1, 2}, {1, 2}});
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{0, 1, 2}, {0, 1, 2}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{0, 1, 2}, {0, 1, 2}}));
   ExpectPlainlyDerived(topology);
 }
 
@@ -195,7 +214,7 @@ TEST(TopologyTerms, OfABondOfAnAtomWithItselfFollowTheSameRules) {
   ExpectPlainlyDerived(TopologyOf(1, {{0, 0}}));
   EXPECT_TRUE(TopologyOf(1, {{0, 0}}).GetAngles().empty());
   const Topology topology = TopologyOf(2, {{0, 0}, {0, 1}});
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{0, 0, 1}, {0, 0, 1}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{0, 0, 1}, {0, 0, 1}}));
   ExpectPlainlyDerived(topology);
 }
 
@@ -216,6 +235,26 @@ TEST(TopologyTerms, OfARingAreAsManyAsItsAtoms) {
     EXPECT_EQ(topology.GetAngles().size(), static_cast<std::size_t>(size));
     EXPECT_EQ(topology.GetDihedrals().size(), static_cast<std::size_t>(size));
     ExpectPlainlyDerived(topology);
+  }
+}
+
+TEST(TopologyTerms, OfASimpleGraphAreItsPathsOfThreeAndFourAtomsEachOnce) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 2000; ++round) {
+    SCOPED_TRACE(round);
+    const int atoms = 2 + static_cast<int>(random() % 8);
+    Terms bonds;
+    for (int i = 0; i < atoms; ++i) {
+      for (int j = i + 1; j < atoms; ++j) {
+        if (random() % 3 == 0)
+          bonds.push_back(random() % 2 == 0 ? std::vector{i, j} : std::vector{j, i});
+      }
+    }
+    std::ranges::shuffle(bonds, random);
+    const Topology topology = TopologyOf(static_cast<std::size_t>(atoms), bonds);
+    const auto [angles, dihedrals] = PathsOf(atoms, bonds);
+    ASSERT_EQ(InOneOrder(AsLists(topology.GetAngles())), InOneOrder(angles));
+    ASSERT_EQ(InOneOrder(AsLists(topology.GetDihedrals())), InOneOrder(dihedrals));
   }
 }
 
@@ -267,15 +306,15 @@ TEST(TopologyTerms, AreTheSameHoweverTheyAreAskedFor) {
   Topology at_once = TopologyOf(5, bonds);
   at_once.BuildAnglesAndDihedrals();
   at_once.BuildAnglesAndDihedrals();
-  EXPECT_EQ(TermsOf(at_once.GetDihedrals()), dihedrals);
-  EXPECT_EQ(TermsOf(at_once.GetAngles()), angles);
+  EXPECT_EQ(AsLists(at_once.GetDihedrals()), dihedrals);
+  EXPECT_EQ(AsLists(at_once.GetAngles()), angles);
   const Topology dihedrals_first = TopologyOf(5, bonds);
-  EXPECT_EQ(TermsOf(dihedrals_first.GetDihedrals()), dihedrals);
+  EXPECT_EQ(AsLists(dihedrals_first.GetDihedrals()), dihedrals);
   // A copy taken before anybody asked.
   const Topology original = TopologyOf(5, bonds);
   const Topology copy = original;
-  EXPECT_EQ(TermsOf(copy.GetAngles()), angles);
-  EXPECT_EQ(TermsOf(original.GetAngles()), angles);
+  EXPECT_EQ(AsLists(copy.GetAngles()), angles);
+  EXPECT_EQ(AsLists(original.GetAngles()), angles);
 }
 
 TEST(TopologyTerms, EndTheRunForABondToAnAtomThatIsNotThere) {
@@ -381,16 +420,16 @@ struct PlainTopology {
 
   Topology Built() const {
     Topology topology;
-    topology.Build(atoms, ListOf(2, bonds), ListOf(4, impropers), ListOf(4, cmaps));
+    topology.Build(atoms, TermListOf(2, bonds), TermListOf(4, impropers), TermListOf(4, cmaps));
     return topology;
   }
 };
 
 void ExpectSame(const Topology& topology, const PlainTopology& plain) {
   ASSERT_EQ(topology.GetAtoms(), plain.atoms);
-  ASSERT_EQ(TermsOf(topology.GetBonds()), plain.bonds);
-  ASSERT_EQ(TermsOf(topology.GetImpropers()), plain.impropers);
-  ASSERT_EQ(TermsOf(topology.GetCmaps()), plain.cmaps);
+  ASSERT_EQ(AsLists(topology.GetBonds()), plain.bonds);
+  ASSERT_EQ(AsLists(topology.GetImpropers()), plain.impropers);
+  ASSERT_EQ(AsLists(topology.GetCmaps()), plain.cmaps);
   ExpectPlainlyDerived(topology);
 }
 
@@ -402,10 +441,10 @@ TEST(TopologyMerge, OfOneCopyKeepsResidueNumbers) {
   EXPECT_EQ(topology.GetAtoms()[2].name, "B0");
   EXPECT_EQ(topology.GetAtoms()[2].residue_sn, 40);
   EXPECT_EQ(topology.GetAtoms()[4].residue_sn, 42);
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{0, 1}, {2, 3}, {3, 4}}));
-  EXPECT_EQ(TermsOf(topology.GetImpropers()), (Terms{{2, 3, 4, 2}}));
-  EXPECT_EQ(TermsOf(topology.GetCmaps()), (Terms{{4, 3, 2, 3}}));
-  EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{2, 3, 4}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{0, 1}, {2, 3}, {3, 4}}));
+  EXPECT_EQ(AsLists(topology.GetImpropers()), (Terms{{2, 3, 4, 2}}));
+  EXPECT_EQ(AsLists(topology.GetCmaps()), (Terms{{4, 3, 2, 3}}));
+  EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{2, 3, 4}}));
 }
 
 TEST(TopologyMerge, OfSeveralCopiesNumbersTheCopies) {
@@ -414,10 +453,10 @@ TEST(TopologyMerge, OfSeveralCopiesNumbersTheCopies) {
   std::vector<int> numbers;
   for (const Topology::Atom& atom : topology.GetAtoms()) numbers.push_back(atom.residue_sn);
   EXPECT_EQ(numbers, (std::vector<int>{40, 1, 1, 2, 2, 3, 3}));
-  EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{2, 1}, {4, 3}, {6, 5}}));
+  EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{2, 1}, {4, 3}, {6, 5}}));
 }
 
-TEST(TopologyMerge, BeginsAnewBehindNumber9999) {
+TEST(TopologyMerge, BeginsAnewAfterNumber9999) {
   Topology topology;
   topology.Merge(TopologyOf(1, {}), 20000);
   const std::vector<Topology::Atom>& atoms = topology.GetAtoms();
@@ -440,14 +479,14 @@ TEST(TopologyMerge, OfNoCopyChangesNothingButTheDerivedLists) {
                                       "1 A 1 ALA N NH1 0.5 14.0 0\n2 A 1 ALA CA CT1 0.5 12.0 0\n"
                                       "3 A 1 ALA C C 0.5 12.0 0\n\n2\n1 2 2 3\n\n1\n3 2 1\n\n1\n"
                                       "1 2 3 1\n\n1\n1 2 3 3\n\n1\n3 3 2 1\n"));
-    ASSERT_EQ(TermsOf(topology.GetAngles()), (Terms{{2, 1, 0}}));
+    ASSERT_EQ(AsLists(topology.GetAngles()), (Terms{{2, 1, 0}}));
     const std::vector<Topology::Atom> atoms = topology.GetAtoms();
     topology.Merge(other, copies);
     EXPECT_EQ(topology.GetAtoms(), atoms);
-    EXPECT_EQ(TermsOf(topology.GetBonds()), (Terms{{0, 1}, {1, 2}}));
-    EXPECT_EQ(TermsOf(topology.GetImpropers()), (Terms{{0, 1, 2, 2}}));
-    EXPECT_EQ(TermsOf(topology.GetCmaps()), (Terms{{2, 2, 1, 0}}));
-    EXPECT_EQ(TermsOf(topology.GetAngles()), (Terms{{0, 1, 2}}));
+    EXPECT_EQ(AsLists(topology.GetBonds()), (Terms{{0, 1}, {1, 2}}));
+    EXPECT_EQ(AsLists(topology.GetImpropers()), (Terms{{0, 1, 2, 2}}));
+    EXPECT_EQ(AsLists(topology.GetCmaps()), (Terms{{2, 2, 1, 0}}));
+    EXPECT_EQ(AsLists(topology.GetAngles()), (Terms{{0, 1, 2}}));
     EXPECT_TRUE(topology.GetDihedrals().empty());
   }
 }
@@ -457,7 +496,7 @@ TEST(TopologyMerge, LeavesTheOtherTopologyAlone) {
   Topology topology = TopologyOf(1, {});
   topology.Merge(other, 2);
   EXPECT_EQ(other.GetAtoms(), Atoms(2));
-  EXPECT_EQ(TermsOf(other.GetBonds()), (Terms{{0, 1}}));
+  EXPECT_EQ(AsLists(other.GetBonds()), (Terms{{0, 1}}));
 }
 
 TEST(TopologyMerge, AgreesWithThePlainRulesOnRandomTopologies) {
@@ -497,8 +536,8 @@ TEST(TopologyMerge, OfATopologyWithItselfDoublesIt) {
   expected.Merge(topology, 2);
   topology.Merge(topology, 2);
   EXPECT_EQ(topology.GetAtoms(), expected.GetAtoms());
-  EXPECT_EQ(TermsOf(topology.GetBonds()), TermsOf(expected.GetBonds()));
-  EXPECT_EQ(TermsOf(topology.GetImpropers()), TermsOf(expected.GetImpropers()));
+  EXPECT_EQ(AsLists(topology.GetBonds()), AsLists(expected.GetBonds()));
+  EXPECT_EQ(AsLists(topology.GetImpropers()), AsLists(expected.GetImpropers()));
   EXPECT_EQ(topology.GetAtoms().size(), 9u);
 }
 

@@ -20,6 +20,7 @@ using testing_support::MoleculeOf;
 using testing_support::OutputOf;
 using testing_support::PlainPatching;
 using testing_support::TemporaryFolder;
+using testing_support::Terms;
 
 using Names = std::vector<std::string>;
 
@@ -203,7 +204,7 @@ TEST(PDB_Add, AMergeAppendsAtomsAndIfWantedTopology) {
   EXPECT_EQ(molecule.numAtoms, 6);
   EXPECT_EQ(molecule.topology.GetAtoms().size(), 4u);
   EXPECT_EQ(molecule.topology.GetAtoms()[2].residue_sn, 8);
-  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 1}, {2, 3}}));
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (Terms{{0, 1}, {2, 3}}));
   // The tables and lists are the caller's affair.
   EXPECT_EQ(molecule.atomNames.size(), 2u);
   EXPECT_EQ(molecule.numResidues, 1);
@@ -221,8 +222,7 @@ TEST(PDB_Add, CopiesOfAMoleculeAreNumberedOneByOne) {
   numbers.clear();
   for (const auto& atom : molecule.topology.GetAtoms()) numbers.push_back(atom.residue_sn);
   EXPECT_EQ(numbers, (std::vector<int>{77, 77, 1, 1, 2, 2, 3, 3}));
-  EXPECT_EQ(AsLists(molecule.topology.GetBonds()),
-            (PlainPatching::Terms{{0, 1}, {2, 3}, {4, 5}, {6, 7}}));
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (Terms{{0, 1}, {2, 3}, {4, 5}, {6, 7}}));
 }
 
 TEST(PDB_Add, OneCopyIsNumberedInTheMoleculeButNotInTheTopology) {
@@ -235,7 +235,7 @@ TEST(PDB_Add, OneCopyIsNumberedInTheMoleculeButNotInTheTopology) {
   EXPECT_EQ(molecule.topology.GetAtoms()[2].residue_sn, 8);
 }
 
-TEST(PDB_Add, NumbersOfCopiesBeginAgainBehind9999) {
+TEST(PDB_Add, NumbersOfCopiesBeginAgainAfter9999) {
   PDB molecule;
   const PDB other = MoleculeOf({{"ION", "A", 5, {"X"}}});
   for (int i = 0; i < 10000; ++i) molecule.MergePDB(other, false);
@@ -254,11 +254,11 @@ TEST(PDB_Add, NoCopiesOnlyRenewAnglesAndDihedrals) {
         folder.Write("x.psf",
                      "PSF EXT\n\n0 !NTITLE\n\n3 !NATOM\n1 A 1 ONE X T 0 1 0\n2 A 1 ONE Y T 0 1 0\n"
                      "3 A 1 ONE Z T 0 1 0\n\n2\n1 2 2 3\n\n1\n2 1 3\n\n0\n\n0\n\n0\n\n"));
-    ASSERT_EQ(AsLists(molecule.topology.GetAngles()), (PlainPatching::Terms{{1, 0, 2}}));
+    ASSERT_EQ(AsLists(molecule.topology.GetAngles()), (Terms{{1, 0, 2}}));
     PDB expected = molecule;
     expected.topology.Build(expected.tmpAtoms, expected.tmpBonds, expected.tmpImpropers,
                             expected.tmpCmaps);
-    ASSERT_EQ(AsLists(expected.topology.GetAngles()), (PlainPatching::Terms{{0, 1, 2}}));
+    ASSERT_EQ(AsLists(expected.topology.GetAngles()), (Terms{{0, 1, 2}}));
     molecule.MergePSF(other, copies);
     EXPECT_EQ(Describe(molecule), Describe(expected));
   }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "BondRule.h"
+#include "Elements.h"
 #include "ImageContacts.h"
 #include "PDB.h"
 #include "PlainFragments.h"

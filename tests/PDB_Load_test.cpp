@@ -388,7 +388,6 @@ TEST(PDBLoad, EndsTheRunForABadOccupancy) {
     const std::string line = With(kLine, 55, field);
     std::string trimmed = field;
     trimmed.erase(0, trimmed.find_first_not_of(' '));
-    if (trimmed == field) trimmed = "";
     EXPECT_EQ(ReadingMessage(line), "Error occurs: Occupancy \"" + trimmed +
                                         "\" at the line of \"" + line +
                                         "\" in \"PATH\" is wrong: it should be a real number.");

@@ -325,7 +325,7 @@ TEST(PDBOutput, ReadsBackWhatItWrote) {
   EXPECT_TRUE(Parser::ToUpperCase(folder.Read("again.pdb")) == Parser::ToUpperCase(first));
 }
 
-TEST(Output, AFullDiskEndsTheRun) {
+TEST(PDBOutput, AFullDiskEndsTheRun) {
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
   PDB molecule;
   EXPECT_EQ(MessageOf([&] { molecule.WritePDB("/dev/full"); }),

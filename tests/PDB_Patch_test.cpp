@@ -23,7 +23,7 @@ using testing_support::OutputOf;
 using testing_support::PlainPatching;
 using testing_support::TemporaryFolder;
 
-using Lists = PlainPatching::Terms;
+using Lists = testing_support::Terms;
 using Names = std::vector<std::string>;
 
 constexpr const char* kMasses = "MASS -1 NT 14.0\nMASS -1 CT 12.0\nMASS -1 HT 1.0\n";
@@ -184,7 +184,7 @@ TEST(PDB_Patch, NewAtomsGoBehindTheNearestAtomOfTheRecordInFrontOfThem) {
 TEST(PDB_Patch, ANewAtomWithoutAnEarlierAtomOfTheRecordGoesToTheHeadOfItsResidue) {
   for (const bool with_topology : {false, true}) {
     PDB molecule = Peptide();
-    // X stands first in the record; the atom in front of Y is not in the residue.
+    // X stands first in the record and goes to the head; Y goes after O.
     molecule.PatchResidue(
         1, kMassTable, Patch("ATOM X HT 1\nATOM O OT 0\nATOM Y HT 2\n" + Placed("X") + Placed("Y")),
         with_topology);

@@ -23,7 +23,7 @@ using testing_support::MoleculeOf;
 using testing_support::OutputOf;
 using testing_support::PlainPatching;
 
-using Lists = PlainPatching::Terms;
+using Lists = testing_support::Terms;
 using Names = std::set<std::string>;
 using Numbers = std::vector<int>;
 using Texts = std::vector<std::string>;
@@ -195,10 +195,10 @@ TEST(PDB_Remove, TheListOfNamesIsEmptiedAlsoWhenNothingIsRemoved) {
 
 TEST(PDB_Remove, HydrogensAreKnownByTheFirstLetterOfTheirName) {
   PDB molecule = Mixture();
-  molecule.atoms[0].Element = "H";  // Neither the element
+  // Neither the element counts nor what the atom may be: "HG" goes, and "1H" stays.
+  molecule.atoms[0].Element = "H";
   molecule.atoms[1].Element = "O";
   EXPECT_EQ(molecule.RemoveHydrogens(), 7);
-  // nor what the atom may be counts: "HG" is taken for a hydrogen, and "1H" is not.
   EXPECT_EQ(molecule.atomNames,
             (Texts{"N", "CA", "N", "C1", "1H", "OH2", "OH2", "SOD", "SE", "OH2"}));
   EXPECT_EQ(molecule.numAtoms, 10);
@@ -535,7 +535,7 @@ class RandomRemoval {
             ++molecule.residueFirstAtoms[Below(molecule.numResidues)];
           }
           break;
-        default:  // Less atoms than the tables say.
+        default:  // Fewer atoms than the tables say.
           if (!molecule.atoms.empty()) {
             molecule.atoms.pop_back();
             molecule.numAtoms -= Below(2);
@@ -648,7 +648,7 @@ TEST(PDB_Remove, RandomDeletionsAreThoseOfThePlainWay) {
   }
 }
 
-TEST(PDB_Remove, ALargeMoleculeIsEmptiedInNoTime) {
+TEST(PDB_Remove, ALargeMoleculeIsEmptied) {
   PDB molecule;
   constexpr int kAtoms = 300000;
   for (int i = 0; i < kAtoms; ++i) {

@@ -11,6 +11,7 @@
 
 #include "AtomTyper.h"
 #include "BondRule.h"
+#include "Elements.h"
 #include "PDB.h"
 #include "PlainPatching.h"
 #include "RingClasses.h"

@@ -21,7 +21,7 @@ using testing_support::OutputOf;
 using testing_support::PlainPatching;
 using testing_support::TemporaryFolder;
 
-using Lists = PlainPatching::Terms;
+using Lists = testing_support::Terms;
 
 constexpr const char* kLibrary =
     "MASS -1 NT 14.0\n"
@@ -216,18 +216,6 @@ TEST(PDB_Topol, TermsOfOneResidueReplaceTheList) {
   EXPECT_EQ(AsLists(resolved), (Lists{{2, 1, 0, 3}, {3, 0, 1, 3}}));
   EXPECT_EQ(MessageOf([&] { molecule.BuildTopologyTerms(0, 3, {}, resolved); }),
             "Error occurs: The number of degrees of freedom must be 2 or 4.");
-}
-
-TEST(PDB_Topol, FindsTheFirstAtomOfANameInAResidue) {
-  const PDB molecule =
-      MoleculeOf({{"ALA", "A", 1, {"N", "CA"}}, {"ALA", "A", 2, {"C", "N", "CA", "N"}}});
-  EXPECT_EQ(molecule.GetAtomIndex(1, "N"), 3);
-  EXPECT_EQ(molecule.GetAtomIndex(0, "N"), 0);
-  EXPECT_EQ(molecule.GetAtomIndex(0, "C"), -1);
-  EXPECT_EQ(molecule.GetAtomIndex(0, "N "), -1);
-  EXPECT_EQ(molecule.GetAtomIndex(0, "n"), -1);
-  EXPECT_EQ(molecule.GetAtomIndex(-1, "N"), -1);
-  EXPECT_EQ(molecule.GetAtomIndex(2, "N"), -1);
 }
 
 // A molecule of six atoms with a topology.

@@ -34,7 +34,7 @@ PDB MoleculeOf(const std::vector<PDB::Atom>& atoms) {
   return molecule;
 }
 
-// ALA 12 A (two atoms), GLY 13 A, SOD 12 B, ALA 12 A again.
+// ALA 12 A (two atoms), GLY 13 A, SOD 12 B, VAL 12 A.
 PDB SmallMolecule() {
   return MoleculeOf({AtomOf("N", "ALA", 12, "A"), AtomOf("CA", "ALA", 12, "A"),
                      AtomOf("N", "GLY", 13, "A"), AtomOf("SOD", "SOD", 12, "B"),
@@ -176,13 +176,15 @@ TEST(PDB, FindsNoChainOfSeveralLettersOrOfLowerCase) {
   EXPECT_EQ(Found(MoleculeOf({AtomOf("C", "LIG", 1, "b")}), "1b"), "-1 left");
 }
 
-TEST(PDB, FindsAnAtomByTheIndexOfNames) {
-  PDB molecule = SmallMolecule();
+TEST(PDB, FindsTheFirstAtomOfANameInAResidue) {
+  const PDB molecule = MoleculeOf({AtomOf("N", "ALA", 1, "A"), AtomOf("CA", "ALA", 1, "A"),
+                                   AtomOf("C", "ALA", 2, "A"), AtomOf("N", "ALA", 2, "A"),
+                                   AtomOf("CA", "ALA", 2, "A"), AtomOf("N", "ALA", 2, "A")});
+  EXPECT_EQ(molecule.GetAtomIndex(0, "N"), 0);
   EXPECT_EQ(molecule.GetAtomIndex(0, "CA"), 1);
-  EXPECT_EQ(molecule.GetAtomIndex(1, "N"), 2);
-  EXPECT_EQ(molecule.GetAtomIndex(0, "C"), -1);
-  EXPECT_EQ(molecule.GetAtomIndex(-1, "N"), -1);
-  EXPECT_EQ(molecule.GetAtomIndex(molecule.numResidues, "N"), -1);
+  EXPECT_EQ(molecule.GetAtomIndex(1, "N"), 3);
+  for (const char* name : {"C", "N ", "n", ""}) EXPECT_EQ(molecule.GetAtomIndex(0, name), -1);
+  for (const int residue : {-1, 2}) EXPECT_EQ(molecule.GetAtomIndex(residue, "N"), -1);
 }
 
 TEST(PDBAnalyze, MakesARowForEachResidue) {

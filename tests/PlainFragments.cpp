@@ -1,8 +1,11 @@
+// Fragments and stitching by plain loops over all pairs.
 #include "PlainFragments.h"
 
 #include <array>
 #include <cstring>
 #include <limits>
+
+#include "Elements.h"
 
 namespace orvane::testing_support {
 

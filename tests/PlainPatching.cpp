@@ -15,12 +15,6 @@ namespace {
 
 constexpr double kRadians = 0.017453292519444445;
 
-TermList AsTermList(const PlainPatching::Terms& terms, int degree) {
-  TermList list(degree);
-  for (const std::vector<int>& term : terms) list.push_back(std::span<const int>(term));
-  return list;
-}
-
 int PositionOf(const std::vector<std::string>& names, const std::string& name) {
   const auto found = std::find(names.begin(), names.end(), name);
   return found == names.end() ? -1 : static_cast<int>(found - names.begin());
@@ -32,13 +26,6 @@ std::string Quoted(const std::string& text) {
 
 }  // namespace
 
-PlainPatching::Terms AsLists(const TermList& terms) {
-  PlainPatching::Terms lists;
-  for (std::size_t i = 0; i < terms.size(); ++i)
-    lists.emplace_back(terms[i].begin(), terms[i].end());
-  return lists;
-}
-
 PlainPatching::PlainPatching(const PDB& molecule)
     : molecule_(molecule),
       bonds_(AsLists(molecule.tmpBonds)),
@@ -47,15 +34,15 @@ PlainPatching::PlainPatching(const PDB& molecule)
 
 PDB PlainPatching::Result() const {
   PDB result = molecule_;
-  result.tmpBonds = AsTermList(bonds_, 2);
-  result.tmpImpropers = AsTermList(impropers_, 4);
-  result.tmpCmaps = AsTermList(cmaps_, 4);
+  result.tmpBonds = TermListOf(2, bonds_);
+  result.tmpImpropers = TermListOf(4, impropers_);
+  result.tmpCmaps = TermListOf(4, cmaps_);
   return result;
 }
 
 void PlainPatching::Rebuild() {
-  molecule_.topology.Build(molecule_.tmpAtoms, AsTermList(bonds_, 2), AsTermList(impropers_, 4),
-                           AsTermList(cmaps_, 4));
+  molecule_.topology.Build(molecule_.tmpAtoms, TermListOf(2, bonds_), TermListOf(4, impropers_),
+                           TermListOf(4, cmaps_));
 }
 
 std::string PlainPatching::ResidueText(int residue) const {

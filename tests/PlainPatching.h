@@ -10,20 +10,15 @@
 #include <vector>
 
 #include "PDB.h"
+#include "TestSupport.h"
 #include "TopologyLibrary.h"
 
 namespace orvane::testing_support {
-
-/// What ends a run: the message that the program prints then, without its place.
-struct PlainFailure {
-  std::string message;
-};
 
 /// A copy of a molecule that is edited one atom at a time. What the program would print is
 /// collected and a message that would end the run is thrown as a `PlainFailure`.
 class PlainPatching {
  public:
-  using Terms = std::vector<std::vector<int>>;
   using Masses = std::map<std::string, double>;
   using Record = TopologyLibrary::Residue;
 
@@ -59,9 +54,6 @@ class PlainPatching {
   Terms cmaps_;
   std::string output_;
 };
-
-/// Terms as lists of lists.
-PlainPatching::Terms AsLists(const TermList& terms);
 
 /// All members of a molecule as text, numbers to the last bit; all values that are not a number are
 /// alike.

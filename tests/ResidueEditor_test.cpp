@@ -24,6 +24,7 @@ using testing_support::OutputOf;
 using testing_support::PlainFailure;
 using testing_support::PlainPatching;
 using testing_support::RandomChemistry;
+using testing_support::Terms;
 
 constexpr int kFailuresCompared = 60;
 
@@ -250,7 +251,7 @@ TEST(ResidueEditor, APatchThatChangesNoAtomStillRebuildsTheTopology) {
   editor.PatchResidue(0, library.GetResidues().at("PA"));
   editor.Commit();
   EXPECT_EQ(molecule.topology.GetAtoms().size(), 2u);
-  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 1}}));
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (Terms{{0, 1}}));
 }
 
 TEST(ResidueEditor, ANewNameHoldsAtOnceAndForTheAtomsThatAPatchAddsBehindIt) {
@@ -294,14 +295,14 @@ TEST(ResidueEditor, BondsAreNamedByPositionsBeforeTheEditAndGoWithTheirAtoms) {
   editor.AddBond(1, 0);
   editor.AddBond(1, 1);
   editor.Commit();
-  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}}));
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (Terms{{0, 0}}));
   // The editor goes on with what is left.
   editor.AddBond(0, 0);
   EXPECT_EQ(MessageOf([&] { editor.AddBond(0, 1); }), "Error occurs: Invalid atom index: 1 2.");
   editor.Commit();
-  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}, {0, 0}}));
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (Terms{{0, 0}, {0, 0}}));
   editor.Commit();
-  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (PlainPatching::Terms{{0, 0}, {0, 0}}));
+  EXPECT_EQ(AsLists(molecule.topology.GetBonds()), (Terms{{0, 0}, {0, 0}}));
 }
 
 TEST(ResidueEditor, IndicesThatNoMoleculeHasWrapAround) {
@@ -315,7 +316,7 @@ TEST(ResidueEditor, IndicesThatNoMoleculeHasWrapAround) {
   OutputOf([&] { editor.PatchResidue(0, library.GetResidues().at("PA")); });
   editor.Commit();
   ASSERT_EQ(molecule.numAtoms, 3);
-  EXPECT_EQ(AsLists(molecule.tmpImpropers), (PlainPatching::Terms{{1, least, most, least}}));
+  EXPECT_EQ(AsLists(molecule.tmpImpropers), (Terms{{1, least, most, least}}));
 }
 
 TEST(ResidueEditor, ATopologyOfAnotherNumberOfAtomsEndsTheRun) {

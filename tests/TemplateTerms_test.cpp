@@ -23,7 +23,7 @@ using testing_support::PlainPatching;
 using testing_support::RandomChemistry;
 
 using Names = std::vector<std::vector<std::string>>;
-using Lists = PlainPatching::Terms;
+using Lists = testing_support::Terms;
 
 // Three residues of two atoms each.
 PDB Three() {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <span>
 #include <sstream>
 
 namespace orvane::testing_support {
@@ -26,7 +27,8 @@ RunResult RunForked(const std::function<void()>& in_child) {
   std::fflush(nullptr);
   const pid_t child = fork();
   if (child == 0) {
-    if (!std::freopen(out.c_str(), "w", stdout) || !std::freopen(err.c_str(), "w", stderr)) _exit(99);
+    if (!std::freopen(out.c_str(), "w", stdout) || !std::freopen(err.c_str(), "w", stderr))
+      _exit(99);
     in_child();
     std::fflush(nullptr);
     _exit(kCodeReturned);
@@ -38,7 +40,8 @@ RunResult RunForked(const std::function<void()>& in_child) {
 
 }  // namespace
 
-RunResult RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+RunResult RunProgram(const std::filesystem::path& program,
+                     const std::vector<std::string>& arguments,
                      const std::filesystem::path& folder) {
   return RunForked([&] {
     std::vector<std::string> words{program.string()};
@@ -52,16 +55,20 @@ RunResult RunProgram(const std::filesystem::path& program, const std::vector<std
   });
 }
 
-RunResult RunRavelo(const std::vector<std::string>& arguments, const std::filesystem::path& folder) {
+RunResult RunRavelo(const std::vector<std::string>& arguments,
+                    const std::filesystem::path& folder) {
   return RunProgram(RAVELO_PROGRAM, arguments, folder);
 }
 
-RunResult RunInChild(const std::function<void()>& code) { return RunForked(code); }
+RunResult RunInChild(const std::function<void()>& code) {
+  return RunForked(code);
+}
 
 std::string MessageOf(const std::function<void()>& code) {
   const RunResult result = RunInChild(code);
   if (result.status == kCodeReturned) return "(the code returned)" + result.out;
-  if (result.status != 0) return "(status " + std::to_string(result.status) + ")" + result.out + result.err;
+  if (result.status != 0)
+    return "(status " + std::to_string(result.status) + ")" + result.out + result.err;
   return WithoutPlace(result.out);
 }
 
@@ -94,7 +101,9 @@ std::string TemporaryFolder::Write(const std::string& name, const std::string& t
   return (path_ / name).string();
 }
 
-std::string TemporaryFolder::Read(const std::string& name) const { return ReadWhole(path_ / name); }
+std::string TemporaryFolder::Read(const std::string& name) const {
+  return ReadWhole(path_ / name);
+}
 
 std::string ReadWhole(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -104,11 +113,30 @@ std::string ReadWhole(const std::filesystem::path& path) {
   return text.str();
 }
 
-std::filesystem::path SourceFolder() { return RAVELO_SOURCE_DIR; }
+std::filesystem::path SourceFolder() {
+  return RAVELO_SOURCE_DIR;
+}
 
 std::filesystem::path SharedFolder() {
   const std::filesystem::path folder = SourceFolder().parent_path() / "shared";
   return std::filesystem::is_directory(folder) ? folder : std::filesystem::path();
+}
+
+Terms AsLists(const TermList& terms) {
+  Terms lists;
+  for (std::size_t i = 0; i < terms.size(); ++i) {
+    lists.emplace_back(terms[i].begin(), terms[i].end());
+  }
+  return lists;
+}
+
+TermList TermListOf(int degree, const Terms& terms) {
+  TermList list(degree);
+  for (const std::vector<int>& term : terms) {
+    EXPECT_EQ(term.size(), static_cast<std::size_t>(degree));
+    list.push_back(std::span<const int>(term));
+  }
+  return list;
 }
 
 std::string PdbLine(const std::string& record, int serial, const std::string& name,
@@ -116,9 +144,9 @@ std::string PdbLine(const std::string& record, int serial, const std::string& na
                     double y, double z, double occupancy, double temperature) {
   char line[256];
   std::snprintf(line, sizeof line,
-                "%-6s%5d  %-4s%3s %s%4d    %8.3f%8.3f%8.3f%6.2f%6.2f              \n", record.c_str(),
-                serial, name.c_str(), residue.c_str(), chain.c_str(), number, x, y, z, occupancy,
-                temperature);
+                "%-6s%5d  %-4s%3s %s%4d    %8.3f%8.3f%8.3f%6.2f%6.2f              \n",
+                record.c_str(), serial, name.c_str(), residue.c_str(), chain.c_str(), number, x, y,
+                z, occupancy, temperature);
   return line;
 }
 

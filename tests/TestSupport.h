@@ -1,4 +1,5 @@
-// What the tests share: folders that go away, runs of the built programs, and messages that end a run.
+// What the tests share: folders that go away, runs of the built programs, and messages that end a
+// run.
 #ifndef RAVELO_TESTS_TESTSUPPORT_H
 #define RAVELO_TESTS_TESTSUPPORT_H
 
@@ -6,6 +7,8 @@
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "TermList.h"
 
 namespace orvane::testing_support {
 
@@ -17,14 +20,15 @@ struct RunResult {
 };
 
 /// Runs a program in a folder and waits for it.
-RunResult RunProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+RunResult RunProgram(const std::filesystem::path& program,
+                     const std::vector<std::string>& arguments,
                      const std::filesystem::path& folder);
 
 /// Runs the built `ravelo` in a folder.
 RunResult RunRavelo(const std::vector<std::string>& arguments, const std::filesystem::path& folder);
 
-/// Runs a piece of code in a child process, for code that ends the process with a message. A child in
-/// which the code returns ends with status 77.
+/// Runs a piece of code in a child process, for code that ends the process with a message. A child
+/// in which the code returns ends with status 77.
 RunResult RunInChild(const std::function<void()>& code);
 inline constexpr int kCodeReturned = 77;
 
@@ -66,6 +70,18 @@ std::filesystem::path SourceFolder();
 /// The folder of shared material beside the project; empty where there is none, so that a test can
 /// say GTEST_SKIP() << "...".
 std::filesystem::path SharedFolder();
+
+/// Terms of a topology as lists of atom indices.
+using Terms = std::vector<std::vector<int>>;
+Terms AsLists(const TermList& terms);
+
+/// The same as the program keeps them; each must have `degree` atoms.
+TermList TermListOf(int degree, const Terms& terms);
+
+/// What ends a run in a plain version of the program's code: the message without its place.
+struct PlainFailure {
+  std::string message;
+};
 
 /// A line of a PDB file as `ravelo` writes it.
 std::string PdbLine(const std::string& record, int serial, const std::string& name,

@@ -98,7 +98,7 @@ TEST(TopologyLibrary, AnAdditionalFileReplacesWholeRecordsAndMasses) {
   EXPECT_EQ(library.GetMasses(), (std::map<std::string, double>{{"T1", 3.0}, {"T2", 2.0}}));
 }
 
-TEST(TopologyLibrary, AFileThatIsNotThereEndsTheRunBehindTheLineThatNamesIt) {
+TEST(TopologyLibrary, AFileThatIsNotThereEndsTheRunAfterTheLineThatNamesIt) {
   EXPECT_EQ(MessageOf([] { TopologyLibrary().Build("/nowhere/x.rtf"); }),
             " Load additional topology: /nowhere/x.rtf\n"
             "Error occurs: Cannot open file \"/nowhere/x.rtf\".");
