@@ -16,10 +16,9 @@ import math
 import os
 import pathlib
 import statistics
-import sys
 import tempfile
 
-from topol_scaling import count_atoms, run_once
+from topol_scaling import count_atoms, run_for, run_once
 
 HERE = pathlib.Path(__file__).resolve().parent
 EXAMPLES = [HERE.parent / "examples" / name for name in ("aspirin.xyz", "caffeine.xyz")]
@@ -106,15 +105,12 @@ def main():
                 command += ["--pbc", " ".join(map(str, pbc))]
             else:
                 make_box(molecules, atoms, source)
-            run_once(command, folder)  # warms the file cache
-            if not os.path.exists(result):
-                sys.exit("the run left no results")  # its status is 0 nevertheless
+            run_for("out.pdb", command, folder)  # also warms the file cache
             made = count_atoms(result)
             runs = [run_once(command, folder) for _ in range(options.runs)]
             wall, cpu, memory = (statistics.median(figures) for figures in zip(*runs))
             exponent = math.log(cpu / last[1]) / math.log(made / last[0]) if last else math.nan
             print(f"{made:>9} {wall:>8.3f} {cpu:>8.3f} {memory:>9.0f} {exponent:>9.2f}", flush=True)
-            os.remove(result)
             last = made, cpu
 
 

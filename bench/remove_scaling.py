@@ -20,7 +20,7 @@ import subprocess
 import sys
 import tempfile
 
-from topol_scaling import count_atoms, run_once
+from topol_scaling import count_atoms, run_for, run_once
 
 HERE = pathlib.Path(__file__).resolve().parent
 SIZES = [2500, 50000, 100000, 200000, 1000000]
@@ -47,9 +47,7 @@ def write_mixed(built, copies, path):
 
 def time_runs(name, command, folder, result, atoms, runs, last):
     """Prints a line of the table and returns its atoms and processor seconds."""
-    run_once(command, folder)  # warms the file cache
-    if not os.path.exists(os.path.join(folder, result)):
-        sys.exit("the run left no results")  # its status is 0 nevertheless
+    run_for(result, command, folder)  # also warms the file cache
     wall, cpu, memory = (statistics.median(figures)
                          for figures in zip(*(run_once(command, folder) for _ in range(runs))))
     exponent = math.log(cpu / last[1]) / math.log(atoms / last[0]) if last else math.nan
@@ -73,7 +71,7 @@ def main():
         def build(copies):
             subprocess.run([sys.executable, HERE / "make_copies.py", options.protein, str(copies),
                             single], check=True)
-            run_once([program, "topol", "-i", "copies.pdb", "-o", "built"], folder)
+            run_for("built.pdb", [program, "topol", "-i", "copies.pdb", "-o", "built"], folder)
 
         build(1)
         per_copy = count_atoms(built)

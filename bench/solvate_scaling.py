@@ -13,11 +13,9 @@ import argparse
 import os
 import pathlib
 import statistics
-import subprocess
-import sys
 import tempfile
 
-from topol_scaling import count_atoms, run_once
+from topol_scaling import count_atoms, run_for, run_once
 
 HERE = pathlib.Path(__file__).resolve().parent
 CUBES = [60, 100, 150, 250]
@@ -69,19 +67,15 @@ def main():
         for edge, box in runs:
             if edge != made:
                 around = write_block(atoms, edge, source)
-                subprocess.run([program, "topol", "-i", "made.pdb", "-o", "built"], cwd=folder,
-                               check=True, stdout=subprocess.DEVNULL)
+                run_for("built.pdb", [program, "topol", "-i", "made.pdb", "-o", "built"], folder)
                 made = edge
             command = [program, "solvate", "-i", "built.pdb", "-t", "built.psf", "-o", "out",
                        "--box", " ".join(map(str, box or around))]
-            run_once(command, folder)  # warms the file cache
-            if not os.path.exists(result):
-                sys.exit("the run left no results")  # its status is 0 nevertheless
+            run_for("out.pdb", command, folder)  # also warms the file cache
             wall, cpu, memory = (statistics.median(figures) for figures in
                                  zip(*(run_once(command, folder) for _ in range(options.runs))))
             print(f"{count_atoms(built):>9} {count_atoms(result):>9} {wall:>8.3f} {cpu:>8.3f} "
                   f"{memory:>9.0f}", flush=True)
-            os.remove(result)
 
 
 if __name__ == "__main__":

@@ -32,6 +32,16 @@ def run_once(command, folder):
     return wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024
 
 
+def run_for(result, command, folder):
+    """Runs a command that must leave this file: its status is 0 even if it fails."""
+    path = os.path.join(folder, result)
+    if os.path.exists(path):
+        os.remove(path)
+    run_once(command, folder)
+    if not os.path.exists(path):
+        sys.exit(f"{' '.join(command)} left no {result}")
+
+
 def count_atoms(path):
     with open(path, "rb") as lines:
         return sum(line.startswith((b"ATOM", b"HETATM")) for line in lines)
@@ -57,14 +67,14 @@ def main():
 
         command = [program, "topol", "-i", "copies.pdb", "-o", "built"]
         make_copies(1)
-        run_once(command, folder)
+        run_for("built.pdb", command, folder)
         per_copy = count_atoms(os.path.join(folder, "built.pdb"))
 
         print(f"{'atoms':>9} {'copies':>7} {'wall s':>8} {'cpu s':>8} {'peak MiB':>9}")
         for atoms in options.atoms:
             copies = max(1, round(atoms / per_copy))
             make_copies(copies)
-            run_once(command, folder)  # warms the file cache
+            run_for("built.pdb", command, folder)  # also warms the file cache
             runs = [run_once(command, folder) for _ in range(options.runs)]
             finished = count_atoms(os.path.join(folder, "built.pdb"))
             wall, cpu, memory = (statistics.median(figures) for figures in zip(*runs))

@@ -315,6 +315,9 @@ def try_crystal(program, source, folder):
         if failure:
             return Outcome(source.name, *failure, [], atoms, max(seconds)), counts
         atoms = len(atom_lines(folder / "out.pdb"))
+        if read_places(folder / "out.pdb") is None:
+            return Outcome(source.name, "input", "coordinates are too large for their columns", [],
+                           atoms, max(seconds)), counts
         problems += problems_of_crystal(source, folder, done.printed, vectors, cells)
         counts += [printed_fragments(done.printed)]
     if counts[1] is None or counts[1] != counts[2]:
