@@ -37,6 +37,12 @@ def command(source, library):
     return [compiler(), *OPTIONS, *includes, str(source), "-o", str(library)]
 
 
+def made_by():
+    """What another library could come from: the command, its compiler, the machine."""
+    version = subprocess.run([compiler(), "--version"], stdout=subprocess.PIPE, check=True).stdout
+    return repr((command("", ""), version, platform.node(), platform.machine()))
+
+
 @functools.lru_cache(maxsize=None)
 def load(name):
     """The library of the source file `name`; built first if it is not there as it should be.
@@ -44,8 +50,7 @@ def load(name):
     Changes of the source while a training runs leave it with the library that it began with.
     """
     source = SOURCES / f"{name}.cpp"
-    made_by = repr((command(source, ""), platform.node(), platform.machine()))
-    key = hashlib.sha256(source.read_bytes() + made_by.encode()).hexdigest()[:16]
+    key = hashlib.sha256(source.read_bytes() + made_by().encode()).hexdigest()[:16]
     library = build_folder() / f"{name}-{key}.so"
     if not library.exists():
         library.parent.mkdir(parents=True, exist_ok=True)

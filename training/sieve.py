@@ -11,8 +11,8 @@ import numpy as np
 
 from integer_hash import odd_factor
 
-# A kind of atoms with a gradient below the first goes through as often as that is in comparison, but
-# not less often than the second.
+# A kind of atoms with a gradient below STEEP goes through with the probability gradient / STEEP, but at
+# least LEAST_SHARE.
 STEEP, LEAST_SHARE = 0.05, 0.15
 
 
