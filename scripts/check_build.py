@@ -8,9 +8,6 @@
 - The total charge is an integer.
 - No coordinate, charge or mass is "nan".
 
-Equilibrium lengths come from the published parameter files (--parameters FOLDER) or, without them,
-from the table bond_lengths.tsv beside this script.
-
 A problem that the input brought along is told apart: several chains in one file (they are joined), a
 centre of the wrong hand (a new atom finds its place taken), and atoms that lie on each other already.
 """
@@ -20,8 +17,6 @@ import itertools
 import math
 import sys
 from pathlib import Path
-
-from bond_lengths import read_parameter_folder, read_table
 
 BOND_TOLERANCE = 0.2      # Angstrom
 CLOSEST_DISTANCE = 0.5    # Angstrom
@@ -39,7 +34,8 @@ CENTRES = (
     (None, "C3'", ("C2'", "C4'", "O3'"), -1),
     (None, "C4'", ("C3'", "O4'", "C5'"), 1),
 )
-TABLE = Path(__file__).resolve().parent / "bond_lengths.tsv"
+# Made by make_equilibrium_table.py.
+TABLE = Path(__file__).resolve().parent.parent / "tests/data/equilibrium.tsv"
 
 
 class Atom:
@@ -196,9 +192,14 @@ def problems_of(input_path, pdb_path, psf_path, lengths):
     return ours, theirs
 
 
-def read_lengths(parameters):
-    """Equilibrium lengths by pair of types, from a folder of parameter files or our own table."""
-    return read_parameter_folder(parameters) if parameters else read_table(TABLE)
+def read_lengths():
+    """Equilibrium lengths in Angstrom by sorted pair of types."""
+    lengths = {}
+    for line in TABLE.read_text(encoding="utf-8").splitlines():
+        *types, value = line.split("\t")
+        if len(types) == 2:
+            lengths[tuple(sorted(types))] = float(value)
+    return lengths
 
 
 def main():
@@ -206,10 +207,9 @@ def main():
     parser.add_argument("--input", type=Path, required=True, help="the PDB file given to topol")
     parser.add_argument("--pdb", type=Path, required=True, help="the PDB file that topol wrote")
     parser.add_argument("--psf", type=Path, required=True, help="the PSF file that topol wrote")
-    parser.add_argument("--parameters", type=Path, help="folder of published parameter files")
     arguments = parser.parse_args()
     ours, theirs = problems_of(arguments.input, arguments.pdb, arguments.psf,
-                               read_lengths(arguments.parameters))
+                               read_lengths())
     for problem in [*ours, *theirs]:
         print(problem)
     print(f"{arguments.pdb}: {len(ours)} problems, {len(theirs)} more that the input brought along")

@@ -94,7 +94,6 @@ def print_outcome(outcome):
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("--program", type=Path, required=True, help="the built program")
-    parser.add_argument("--parameters", type=Path, help="folder of published parameter files")
     parser.add_argument("--add-rtfs", type=Path, action="append", default=[], metavar="RTF",
                         help="topology file for all runs (can be given several times)")
     parser.add_argument("--dna-rtf", type=Path, metavar="RTF",
@@ -110,7 +109,7 @@ def parse_arguments():
 def main():
     options = parse_arguments()
     program = options.program.resolve()
-    lengths = check_build.read_lengths(options.parameters)
+    lengths = check_build.read_lengths()
     files = [file for path in options.paths
              for file in (sorted(path.glob("*.pdb")) if path.is_dir() else [path])]
     counts = collections.Counter()

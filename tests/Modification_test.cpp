@@ -24,6 +24,7 @@
 namespace orvane {
 namespace {
 
+using testing_support::EquilibriumValues;
 using testing_support::OutputOf;
 using testing_support::ReadWhole;
 using testing_support::SharedFolder;
@@ -506,25 +507,6 @@ TEST(OwnModifications, HaveTheseAtomsAtTheEndOfTheSideChain) {
   }
 }
 
-// Equilibrium lengths and angles by type, from tests/data/equilibrium.tsv.
-const std::map<Names, double>& Equilibrium() {
-  static const std::map<Names, double> values = [] {
-    std::map<Names, double> table;
-    std::ifstream file(SourceFolder() / "tests" / "data" / "equilibrium.tsv");
-    for (std::string line; std::getline(file, line);) {
-      if (line.starts_with("#")) continue;
-      Names words = Words(line);
-      const double value = std::stod(words.back());
-      words.pop_back();
-      table[words] = value;
-      std::reverse(words.begin(), words.end());
-      table[words] = value;
-    }
-    return table;
-  }();
-  return values;
-}
-
 // Atoms that are at most three bonds from each other do not count as neighbours in space.
 std::set<std::pair<int, int>> BondedPairs(const MolecularMechanicsTopology& topology) {
   std::set<std::pair<int, int>> pairs;
@@ -603,7 +585,7 @@ void ExpectGoodShape(const Peptide& peptide, const std::string& patch) {
     std::string label;
     if (!look(bond, types, label)) continue;
     EXPECT_NEAR(ComputationalGeometry::CalcLength(place(bond[0]), place(bond[1])),
-                Equilibrium().at(types), 0.04)
+                EquilibriumValues().at(types), 0.04)
         << label;
   }
   for (std::size_t i = 0; i < topology.GetAngles().size(); ++i) {
@@ -614,7 +596,7 @@ void ExpectGoodShape(const Peptide& peptide, const std::string& patch) {
     EXPECT_NEAR(
         ComputationalGeometry::CalcAngle(place(angle[0]), place(angle[1]), place(angle[2])) /
             kDegree,
-        Equilibrium().at(types), 10.0)
+        EquilibriumValues().at(types), 10.0)
         << label;
   }
   const Contacts contacts = ContactsOf(molecule, placed);

@@ -5,9 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <span>
 #include <sstream>
 
@@ -137,6 +139,25 @@ TermList TermListOf(int degree, const Terms& terms) {
     list.push_back(std::span<const int>(term));
   }
   return list;
+}
+
+const std::map<std::vector<std::string>, double>& EquilibriumValues() {
+  static const std::map<std::vector<std::string>, double> values = [] {
+    std::map<std::vector<std::string>, double> table;
+    std::ifstream file(SourceFolder() / "tests/data/equilibrium.tsv");
+    for (std::string line; std::getline(file, line);) {
+      if (line.starts_with("#")) continue;
+      std::istringstream fields(line);
+      std::vector<std::string> words(std::istream_iterator<std::string>(fields), {});
+      const double value = std::stod(words.back());
+      words.pop_back();
+      table[words] = value;
+      std::ranges::reverse(words);
+      table[words] = value;
+    }
+    return table;
+  }();
+  return values;
 }
 
 std::string PdbLine(const std::string& record, int serial, const std::string& name,

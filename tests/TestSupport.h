@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,10 @@ TermList TermListOf(int degree, const Terms& terms);
 struct PlainFailure {
   std::string message;
 };
+
+/// Equilibrium lengths (of two types, in Angstrom) and angles (of three, in degrees) of the force
+/// field, by types in either order.
+const std::map<std::vector<std::string>, double>& EquilibriumValues();
 
 /// A line of a PDB file as `ravelo` writes it.
 std::string PdbLine(const std::string& record, int serial, const std::string& name,

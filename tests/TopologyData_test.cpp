@@ -22,6 +22,7 @@
 namespace orvane {
 namespace {
 
+using testing_support::EquilibriumValues;
 using testing_support::OutputOf;
 using testing_support::SharedFolder;
 using testing_support::SourceFolder;
@@ -303,31 +304,11 @@ TEST(TopologyDataFiles, HoldThePublishedMasses) {
 // ---------------------------------------------------------------------------------------------
 // Places of added atoms.
 
-// Equilibrium lengths and angles by type, from tests/data/equilibrium.tsv.
-class Equilibrium {
- public:
-  Equilibrium() {
-    for (const std::string& line :
-         LinesOf((SourceFolder() / "tests" / "data" / "equilibrium.tsv").string())) {
-      if (line.starts_with("#")) continue;
-      Names words = WordsOf(line);
-      const double value = std::stod(words.back());
-      words.pop_back();
-      values_[words] = value;
-      std::reverse(words.begin(), words.end());
-      values_[words] = value;
-    }
-  }
-
-  // Length of two types or angle of three; NaN, which fails every comparison, for unknown ones.
-  double operator()(const Names& types) const {
-    const auto found = values_.find(types);
-    return found == values_.end() ? std::nan("") : found->second;
-  }
-
- private:
-  std::map<Names, double> values_;
-};
+// Length of two types or angle of three; NaN, which fails every comparison, for unknown ones.
+double EquilibriumOf(const Names& types) {
+  const auto found = EquilibriumValues().find(types);
+  return found == EquilibriumValues().end() ? std::nan("") : found->second;
+}
 
 // How far places may be from equilibrium, in Angstrom and degrees.
 struct Tolerance {
@@ -401,14 +382,13 @@ class Built {
 
   // Compares bonds, angles and planes that hold a new atom with the force field's figures.
   void Check(const Tolerance& tolerance = kStrict) const {
-    static const Equilibrium equilibrium;
     std::map<int, std::vector<int>> neighbours;
     for (const auto& [a, b] : Bonds()) {
       neighbours[a].push_back(b);
       neighbours[b].push_back(a);
       if (!IsNew(a) && !IsNew(b)) continue;
       EXPECT_NEAR(ComputationalGeometry::CalcLength(Place(a), Place(b)),
-                  equilibrium({Type(a), Type(b)}), tolerance.bond)
+                  EquilibriumOf({Type(a), Type(b)}), tolerance.bond)
           << Label(a) << " " << Label(b);
     }
     for (const auto& [middle, ends] : neighbours) {
@@ -418,7 +398,7 @@ class Built {
           EXPECT_NEAR(
               ComputationalGeometry::CalcAngle(Place(ends[i]), Place(middle), Place(ends[k])) /
                   kDegree,
-              equilibrium({Type(ends[i]), Type(middle), Type(ends[k])}), tolerance.angle)
+              EquilibriumOf({Type(ends[i]), Type(middle), Type(ends[k])}), tolerance.angle)
               << Label(ends[i]) << " " << Label(middle) << " " << Label(ends[k]);
         }
       }
