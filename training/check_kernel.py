@@ -8,13 +8,17 @@ with those of PyTorch's automatic differentiation over every atom in double prec
 network, computed as the program computes, with the trained one, which it is turned back into; and
 ring classes with those found by trying all paths. Channels without use must be found, and learn
 again. What a sieve lets through must have the gradient of the whole on average. Nothing may depend
-on where arrays lie in memory.
+on where arrays lie in memory, and a run read back from a file must go on as if never
+interrupted.
 
 The exit status is 1 if anything differs and 77 where PyTorch, a C++ compiler or Eigen is missing.
 """
 
 import argparse
+import contextlib
+import io
 import sys
+import tempfile
 from dataclasses import replace
 
 import one_thread  # noqa: F401  ahead of numpy and torch
@@ -31,6 +35,7 @@ ELEMENTS = (1, 6, 7)
 EXPONENTS = (0.0, 0.7)
 IDLE_CHANNEL = 5
 TRAINING_STEPS, TRAINING_RATE = 100, 0.003
+RUN_STEPS = 80
 LAST_EXPONENT = 0.7
 CERTAINTY, NUM_SIEVES = 6.0, 1000
 SQUEEZED = 0.02         # as folding may squeeze outputs
@@ -294,6 +299,29 @@ class Check:
                                  self._mean_weight_and_gradient(lessons.batches, network)):
             self._compare(what + "weight or gradient", actual.mean(axis=0), array, SIFTED_TOLERANCE)
 
+    def resumed_run(self, element):
+        """The best of all seeds, kept in a file, goes on to the same network."""
+        settings = replace(self._settings.students[element], steps=RUN_STEPS, groups=2,
+                           published_groups=2, sift_every=RUN_STEPS // 4, start_parts=2,
+                           seeds=(1, 2, 3, 4), rounds=((RUN_STEPS // 2, 1),), report_every=RUN_STEPS)
+        lessons = self._student.Lessons(self._all, element, settings, False)
+        num_types = len(self._molecules.tables.names[element])
+        with contextlib.redirect_stdout(io.StringIO()), tempfile.TemporaryDirectory() as work:
+            for part in range(settings.start_parts):
+                self._student.save_start(work, lessons, element, settings, part)
+            resumed, = self._student.read_starts(work, lessons, element, settings)
+            whole = [self._student.Run(lessons, num_types, settings, seed)
+                     for seed in settings.seeds]
+            for run in whole:
+                run.train_to(RUN_STEPS // 2)
+            whole = min(whole, key=self._student.Run.loss)
+            for run in (resumed, whole):
+                run.train_to(RUN_STEPS)
+        what = f"element {element}, resumed: "
+        self._require(what + "the best seed goes on", resumed.seed == whole.seed)
+        self._require(what + "the same network",
+                      all(map(np.array_equal, resumed.average, whole.average)))
+
     def rings(self):
         data = self._molecules.evaluation_form(self._published)
         for molecule in data:
@@ -323,9 +351,10 @@ def main():
         check.outputs_above_zero(element)
         check.network_to_train_on(element)
         check.memory(element)
+        check.resumed_run(element)
     if check.num_faults == 0:
-        print("loss, gradients, folded networks, ring classes, revived channels and sieves are as"
-              " expected")
+        print("loss, gradients, folded networks, ring classes, revived channels, sieves and resumed"
+              " runs are as expected")
     return 1 if check.num_faults else 0
 
 

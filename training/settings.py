@@ -31,19 +31,22 @@ class StudentSettings:
     # (step, number): the seeds are compared after these steps, and only the best ones go on. A
     # network this small does not forget where it began.
     rounds: tuple = ()
+    # The seeds are dealt to this many processes. Each holds all rounds among its own; of what they
+    # leave, the best go on, as many as the last round says.
+    start_parts: int = 1
     # Molecules without published types are dealt into as many groups, one of which is in each step;
     # those with published types into fewer, of which the former is a multiple. Special molecules are
     # in every step.
     groups: int = 32
     published_groups: int = 4
-    # Shares of the sources in the loss; the atoms of a source have equal weights but those of
-    # special molecules.
+    # Shares of the sources in the loss; within a source atoms count alike, but for the two weights
+    # below.
     published_share: float = 0.10
     drug_like_share: float = 0.10
     variant_share: float = 0.40
     drug_like_variant_share: float = 0.40
     special_weight: float = 5.0
-    substitute_weight: float = 1.0  # of atoms that the ring rule forbids their true type
+    substitute_weight: float = 1.0  # of atoms that are not reachable, see molecules.Atoms
     # The loss is -log p at first and becomes (1 - p^q) / q between two fractions of the steps.
     q: float = 0.7
     q_start: float = 0.05
@@ -70,6 +73,7 @@ class StudentSettings:
     # ruined long trainings; but carbon, which it did not ruin, came to a lower loss that way.
     sort_eigenvectors: bool = True
     report_every: int = 1000
+    afterwards: "StudentSettings" = None  # a second training, from the network of the first
 
 
 @dataclass(frozen=True)
@@ -92,13 +96,23 @@ SHIPPED_WITH_VALIDATION = True
 
 SEEDS = tuple(range(1, 49))
 
+CARBON = StudentSettings(
+    steps=700000, seeds=SEEDS, rounds=((6000, 6), (40000, 1)), start_parts=2, groups=960,
+    published_groups=16, published_share=0.20, drug_like_variant_share=0.30, substitute_weight=2.0,
+    q=0.5, rate=0.03, averaging=0.9993, least_scale=0.0, sort_eigenvectors=False, sift_every=50000,
+    report_every=20000)
+
+# To train on, at a rate that leaves a network what it has learnt. Carbon's is shown more of the
+# published molecules than at first, since it is still short of these.
+CARBON_AFTERWARDS = replace(
+    CARBON, steps=120000, rate=0.015, seeds=(1,), rounds=(), start_parts=1, q_end=0.0,
+    revive_begin=1.0, sift_every=20000, published_share=0.35, drug_like_variant_share=0.15,
+    substitute_weight=3.0)
+
 # In the order in which they are trained: the longest first, so that two processes end together.
 # Boron and iodine have one type each and nothing to learn.
 STUDENTS = {
-    6: StudentSettings(steps=700000, seeds=SEEDS, rounds=((6000, 12), (40000, 1)),
-                       groups=960, published_groups=16, rate=0.03, averaging=0.9993,
-                       least_scale=0.0, sort_eigenvectors=False, sift_every=50000,
-                       report_every=20000),
+    6: replace(CARBON, afterwards=CARBON_AFTERWARDS),
     1: StudentSettings(steps=100000, seeds=SEEDS[:12], rounds=((3000, 1),), groups=240),
     7: StudentSettings(steps=60000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
     8: StudentSettings(steps=40000, seeds=SEEDS[:6], rounds=((3000, 1),), groups=120),
@@ -111,13 +125,9 @@ STUDENTS = {
     53: StudentSettings(steps=0),
 }
 
-# To train on from networks that are there, at a rate that leaves them what they have learnt; those of
-# elements that are not named stay as they are. Carbon is shown more of the published molecules than at
-# first, since it is still short of these.
+# To train on from networks that are there; those of elements that are not named stay as they are.
 FURTHER = {
-    6: replace(STUDENTS[6], steps=120000, rate=0.01, seeds=(1,), rounds=(), q_end=0.0,
-               revive_begin=1.0, sift_every=20000, published_share=0.30,
-               drug_like_variant_share=0.20, substitute_weight=2.0),
+    6: CARBON_AFTERWARDS,
     9: replace(STUDENTS[9], steps=10000, rate=0.03, seeds=(1,), rounds=(), q_end=0.0,
                revive_begin=1.0),
 }
@@ -127,12 +137,18 @@ FULL = Settings(SHIPPED_WITH_VALIDATION, TeacherSettings(),
                 VariantSettings(seed=5, per_molecule=1, edit_counts=(1, 1, 2)), STUDENTS)
 
 
+def _trial_of_student(student):
+    if student is None:
+        return None
+    return replace(student, steps=min(student.steps, 50), groups=2, published_groups=2,
+                   report_every=25, revive_every=1, sift_every=min(student.sift_every, 15),
+                   seeds=student.seeds[:3], rounds=((10, 2), (20, 1)) if student.rounds else (),
+                   afterwards=_trial_of_student(student.afterwards))
+
+
 def trial_of(settings):
     """The same in small, to see that everything runs. Its networks are of no use."""
-    students = {element: replace(student, steps=min(student.steps, 50), groups=2,
-                                 published_groups=2, report_every=25, revive_every=1,
-                                 sift_every=min(student.sift_every, 15), seeds=student.seeds[:3],
-                                 rounds=((10, 2), (20, 1)) if student.rounds else ())
+    students = {element: _trial_of_student(student)
                 for element, student in settings.students.items()}
     return replace(settings, students=students, published_limit=300, drug_like_limit=600,
                    teacher=replace(settings.teacher, epochs=1, repeats=1, width=32, layers=3),

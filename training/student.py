@@ -2,6 +2,7 @@
 """Trains the program's network of one element.
 
     python3 training/student.py --work DIR --element 6      trains carbon's: DIR/student-6.npz
+    python3 training/student.py --work DIR --element 6 --start 0   the first steps of the first part of the seeds
     python3 training/student.py --work DIR --element 6 --train-on src/AtomTyperWeights.cpp
 
 DIR must have the surroundings; train.py makes them and calls this.
@@ -10,6 +11,7 @@ DIR must have the surroundings; train.py makes them and calls this.
 import argparse
 import copy
 import math
+import pickle
 import sys
 import time
 from pathlib import Path
@@ -208,6 +210,17 @@ class Run:
         self._losses = []
         self._seconds = 0.0
 
+    @classmethod
+    def resumed(cls, lessons, settings, state):
+        """Goes on where the run was whose state this is."""
+        run = cls.__new__(cls)
+        run.__dict__.update(state, _lessons=lessons, _settings=settings)
+        return run
+
+    def state(self):
+        return {name: value for name, value in self.__dict__.items()
+                if name not in ("_lessons", "_settings")}
+
     def train_to(self, last_step):
         begin = time.time()
         while self._step < last_step:
@@ -277,27 +290,75 @@ def read_student(work, element):
         return [arrays[f"arr_{i}"] for i in range(6)]
 
 
-def best_network(surroundings, element, settings, beginning=None):
+def start_path(work, element, part):
+    return Path(work) / f"start-{element}-{part}.pickle"
+
+
+def best_runs(runs, step, number):
+    """Trains all to this step; those with the lowest loss, the best one first."""
+    for run in runs:
+        run.train_to(step)
+    losses = {run: np.nan_to_num(run.loss(), nan=np.inf) for run in runs}
+    runs = sorted(runs, key=losses.get)
+    for run in runs:
+        print(f"step {step}, seed {run.seed}: loss {losses[run]:.5f}", flush=True)
+    return runs[:number]
+
+
+def first_runs(lessons, num_types, settings, part, beginning=None):
+    """What is left of a part of the seeds after the rounds."""
+    runs = [Run(lessons, num_types, settings, seed, copy.deepcopy(beginning))
+            for seed in settings.seeds[part::settings.start_parts]]
+    for step, number in settings.rounds:
+        runs = best_runs(runs, step, number)
+    return runs
+
+
+def save_start(work, lessons, element, settings, part):
+    """Leaves the best runs of a part of the seeds in a file."""
+    runs = first_runs(lessons, len(tables.names[element]), settings, part)
+    with open(start_path(work, element, part), "wb") as file:
+        pickle.dump([run.state() for run in runs], file)
+
+
+def read_starts(work, lessons, element, settings):
+    """The best runs of all parts."""
+    runs = []
+    for part in range(settings.start_parts):
+        with open(start_path(work, element, part), "rb") as file:
+            runs += [Run.resumed(lessons, settings, state) for state in pickle.load(file)]
+    return best_runs(runs, *settings.rounds[-1])
+
+
+def trained(lessons, num_types, settings, beginning=None, runs=None):
+    """The best network at the end of these runs, or of all seeds'."""
+    if runs is None:
+        runs = first_runs(lessons, num_types, settings, 0, beginning)
+    return best_runs(runs, settings.steps, 1)[0].average
+
+
+def trained_network(work, surroundings, element, settings, beginning=None):
     """The network of the best seed, in the program's form; `beginning` has the layers to train on."""
     student = settings.students[element]
     num_types = len(tables.names[element])
     if num_types == 1:
         return empty_network(num_types)
     lessons = Lessons(surroundings, element, student, settings.with_validation)
+    runs = None
     if beginning is not None:
+        if student.start_parts > 1:
+            raise ValueError(f"element {element}: what is trained on has no starts in parts")
         beginning = network_to_train_on(beginning, lessons, exponent(student, 0.0))
         print("at the beginning:", lessons.accuracy(beginning), flush=True)
-    runs = [Run(lessons, num_types, student, seed, copy.deepcopy(beginning))
-            for seed in student.seeds]
-    for last_step, num_left in (*student.rounds, (student.steps, 1)):
-        for run in runs:
-            run.train_to(last_step)
-        losses = {run: np.nan_to_num(run.loss(), nan=np.inf) for run in runs}
-        runs.sort(key=losses.get)
-        for run in runs:
-            print(f"step {last_step}, seed {run.seed}: loss {losses[run]:.5f}", flush=True)
-        runs = runs[:num_left]
-    network = runs[0].average
+    elif student.start_parts > 1:
+        runs = read_starts(work, lessons, element, student)
+    network = trained(lessons, num_types, student, beginning, runs)
+    if student.afterwards is not None:
+        print("before the second training:", lessons.accuracy(network), flush=True)
+        del runs, lessons  # They take much memory.
+        student = student.afterwards
+        lessons = Lessons(surroundings, element, student, settings.with_validation)
+        network = trained(lessons, num_types, student, network)
     print("at the end:", lessons.accuracy(network), flush=True)
     return folded(surroundings, element, network, settings.output_margin)
 
@@ -306,18 +367,26 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
     parser.add_argument("--work", type=Path, required=True, metavar="DIR")
     parser.add_argument("--element", type=int, required=True, help="atomic number")
+    parser.add_argument("--start", type=int, metavar="PART",
+                        help="only the first steps of this part of the seeds, from 0")
     parser.add_argument("--train-on", type=Path, metavar="WEIGHTS",
                         help="begin with the network in this source file or JSON form of it")
     add_arguments(parser)
     arguments = parser.parse_args()
 
     settings, beginning = settings_of(arguments), None
+    work, element = arguments.work, arguments.element
     if arguments.train_on:
         settings = settings_of(arguments, FURTHER)
-        beginning = read_networks(arguments.train_on)[arguments.element]
-    surroundings = load_surroundings(surroundings_path(arguments.work), settings.with_validation)
-    network = best_network(surroundings, arguments.element, settings, beginning)
-    np.savez(student_path(arguments.work, arguments.element), *network)
+        beginning = read_networks(arguments.train_on)[element]
+    surroundings = load_surroundings(surroundings_path(work), settings.with_validation)
+    if arguments.start is not None:
+        student = settings.students[element]
+        lessons = Lessons(surroundings, element, student, settings.with_validation)
+        save_start(work, lessons, element, student, arguments.start)
+        return 0
+    network = trained_network(work, surroundings, element, settings, beginning)
+    np.savez(student_path(work, element), *network)
     return 0
 
 

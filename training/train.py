@@ -80,6 +80,13 @@ class Training:
                      dataclasses.asdict(settings.drug_like_variants), settings.confidence]
         self._stage("surroundings", key, self._make_surroundings)
 
+        # Starts first, in all processes; the other elements can then run beside the rest of carbon.
+        self._side_by_side([
+            (f"start-{element}-{part}",
+             key + [dataclasses.asdict(dataclasses.replace(student, afterwards=None))],
+             ["student.py", "--element", str(element), "--start", str(part)])
+            for element, student in settings.students.items() if student.start_parts > 1
+            for part in range(student.start_parts)])
         self._side_by_side([
             (f"student-{element}",
              key + [dataclasses.asdict(student), settings.output_margin, *self._hash_of_beginning()],
@@ -173,6 +180,8 @@ class Training:
         teacher.label(labelled, self._teachers(), self._settings.confidence)
         chosen = drug_like & (atoms.labels == NO_LABEL) & (labelled.labels != NO_LABEL)
         atoms.labels[chosen] = labelled.labels[chosen]
+        without_rule = [element for element, sizes in tables.ring_sizes.items() if sizes is None]
+        atoms.reachable[chosen & np.isin(atoms.elements, without_rule)] = True
         self._log(f"drug-like atoms without a label in their file: {np.count_nonzero(chosen)} "
                   "labelled by the teacher")
         return atoms
