@@ -9,6 +9,7 @@
 #include "AtomTyper.h"
 #include "BondRule.h"
 #include "BondSearch.h"
+#include "Elements.h"
 #include "PDB.h"
 #include "RingClasses.h"
 #include "Vec3D.h"

@@ -3,7 +3,7 @@
 
     python3 scripts/make_equilibrium_table.py DIR > tests/data/equilibrium.tsv
 
-The tests measure built molecules against this table. DIR holds the published parameter files.
+The tests, and check_build.py and check_corpus.py, measure built molecules against this table. DIR holds the published parameter files.
 """
 
 import sys

@@ -18,11 +18,11 @@ Vec3D DividedBy(const Vec3D& a, double divisor) {
   return {a.x / divisor, a.y / divisor, a.z / divisor};
 }
 
-// The dihedral angle around an axis of length one, from the vectors at right angles to its two
-// halves.
-double AngleAround(const Vec3D& axis, const Vec3D& front, const Vec3D& back) {
-  const Vec3D n1 = Unit(front);
-  const Vec3D n2 = Unit(back);
+// The dihedral angle around an axis of length one, from the normals (of any length) of the planes
+// through its first and its second three atoms.
+double AngleAround(const Vec3D& axis, const Vec3D& first_normal, const Vec3D& second_normal) {
+  const Vec3D n1 = Unit(first_normal);
+  const Vec3D n2 = Unit(second_normal);
   return std::atan2(Dot(n1, Unit(Cross(n2, axis))), Dot(n1, n2));
 }
 

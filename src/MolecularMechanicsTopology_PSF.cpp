@@ -92,7 +92,8 @@ class PSFReader {
   // Reads an index section into terms with indices from 0. The lines decide, not the count.
   void ReadSection(const char* what, TermList& terms) {
     const int count = ReadCount();
-    // The one malformed file that ends without a message: the exit status is part of the interface.
+    // The one malformed file that ends by an exception and not by a message of the program: the
+    // exit status is part of the interface.
     if (count < 0) throw std::length_error("negative number of terms in a PSF file");
     terms.clear();
     std::vector<int> indices;

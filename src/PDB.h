@@ -182,7 +182,7 @@ class PDB {
   /// known); no impropers and no cross-terms. Prints nothing. Replaces `topology` and the `tmp`
   /// lists. The cost is linear in the numbers of atoms, bonds, angles and dihedrals. An element
   /// that the periodic table does not know gives an atom of type "X" and mass 0. Ends the run where
-  /// `EndIfTooManyTerms` does.
+  /// `FindBonds` or `EndIfTooManyTerms` does.
   void GuessTopology();
 
   /// Makes a list of the cycles in the graph of `tmpBonds`, each from its smallest index on: all

@@ -29,7 +29,6 @@
 #include <cstddef>
 #include <span>
 
-#include "Error.h"
 #include "MolecularMechanicsTopology.h"
 
 namespace orvane {

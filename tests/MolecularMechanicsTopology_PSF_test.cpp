@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <random>
-#include <span>
 #include <stdexcept>
 #include <string>
 #include <utility>

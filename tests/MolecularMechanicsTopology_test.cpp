@@ -8,7 +8,6 @@
 #include <limits>
 #include <random>
 #include <set>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>

@@ -171,7 +171,7 @@ TEST(PDB_Patch, AnAtomThatIsThereTakesTheNameOfTheMoleculeIntoItsTopology) {
   EXPECT_EQ(molecule.tmpAtoms[5].name, "CA");
 }
 
-TEST(PDB_Patch, NewAtomsGoBehindTheNearestAtomOfTheRecordInFrontOfThem) {
+TEST(PDB_Patch, NewAtomsGoDirectlyAfterTheAtomBeforeThemInTheRecord) {
   PDB molecule = MoleculeOf({{"ALA", "A", 1, {"N", "CA", "C", "O"}}});
   molecule.PatchResidue(0, kMassTable,
                         Patch("ATOM N NT 0\nATOM HT1 HT 0\nATOM HT2 HT 0\nATOM HT3 HT 0\n"

@@ -1,5 +1,5 @@
-// What the tests share: folders that go away, runs of the built programs, and messages that end a
-// run.
+// What the tests share: folders that go away, runs of the built programs, messages that end a run,
+// lists of terms, and the force field's equilibrium values.
 #ifndef RAVELO_TESTS_TESTSUPPORT_H
 #define RAVELO_TESTS_TESTSUPPORT_H
 

@@ -38,7 +38,7 @@ def command(source, library):
 
 
 def made_by():
-    """What another library could come from: the command, its compiler, the machine."""
+    """What a library depends on besides its source: the command, its compiler, the machine."""
     version = subprocess.run([compiler(), "--version"], stdout=subprocess.PIPE, check=True).stdout
     return repr((command("", ""), version, platform.node(), platform.machine()))
 

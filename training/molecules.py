@@ -101,8 +101,9 @@ class Atoms:
     elements: np.ndarray
     rings: np.ndarray      # ring classes
     labels: np.ndarray     # index of the type to learn in its element's table, or NO_LABEL
-    # Whether the label is the true type, which the ring rule may forbid. False also for all atoms of
-    # drug-like molecules whose file has no label for them: the rule forbids most of these.
+    # Whether the label is the true type, which the ring rule may forbid. False also for atoms of
+    # elements with such a rule whose label in a drug-like molecule is the teachers': it forbids most
+    # of these.
     reachable: np.ndarray
     sources: np.ndarray    # TRAIN to DRUG_LIKE_VARIANT
     molecules: np.ndarray  # number of the molecule
