@@ -3,7 +3,8 @@
 
     python3 scripts/make_equilibrium_table.py DIR > tests/data/equilibrium.tsv
 
-The tests, and check_build.py and check_corpus.py, measure built molecules against this table. DIR holds the published parameter files.
+The tests, check_build.py and check_corpus.py measure built molecules against this table. DIR holds
+the published parameter files.
 """
 
 import sys
