@@ -445,8 +445,9 @@ TEST(WriteEnginePSF, WritesAllSectionsOfTheFormat) {
   topology.atoms[3].charge = 0.0;
   topology.bonds = Terms(2, {0, 1, 1, 2, 2, 3, 3, 0, 0, 2});
   topology.angles = Terms(3, {0, 1, 2, 1, 2, 3, 2, 3, 0, 3, 0, 1});
-  topology.dihedrals = Terms(4, {0, 1, 2, 3, 1, 2, 3, 0});
-  topology.cross_terms = Terms(8, {0, 1, 2, 3, 1, 2, 3, 0});
+  topology.dihedrals = Terms(4, {0, 1, 2, 3, 1, 2, 3, 0, 2, 3, 0, 1});
+  topology.impropers = Terms(4, {0, 1, 2, 3, 3, 2, 1, 0, 2, 0, 1, 3});
+  topology.cross_terms = Terms(8, {0, 1, 2, 3, 1, 2, 3, 0, 3, 2, 1, 0, 2, 1, 0, 3});
   EXPECT_EQ(TextOfEnginePSF(topology),
             "PSF EXT CMAP XPLOR\n"
             "\n"
@@ -472,11 +473,13 @@ TEST(WriteEnginePSF, WritesAllSectionsOfTheFormat) {
             "         1\n"
             "         4         1         2\n"
             "\n"
-            "         2 !NPHI: dihedrals\n"
+            "         3 !NPHI: dihedrals\n"
             "         1         2         3         4         2         3         4         1\n"
+            "         3         4         1         2\n"
             "\n"
-            "         0 !NIMPHI: impropers\n"
-            "\n"
+            "         3 !NIMPHI: impropers\n"
+            "         1         2         3         4         4         3         2         1\n"
+            "         3         1         2         4\n"
             "\n"
             "         0 !NDON: donors\n"
             "\n"
@@ -494,8 +497,9 @@ TEST(WriteEnginePSF, WritesAllSectionsOfTheFormat) {
             "\n"
             "         0         0 !NUMLP NUMLPH\n"
             "\n"
-            "         1 !NCRTERM: cross-terms\n"
+            "         2 !NCRTERM: cross-terms\n"
             "         1         2         3         4         2         3         4         1\n"
+            "         4         3         2         1         3         2         1         4\n"
             "\n");
 }
 

@@ -159,6 +159,15 @@ TEST_F(RemoveJob, TakesChainsInTheirOrderAndTellsOfARepeatedOne) {
             "Write PDB: m-remove.pdb\n");
 }
 
+TEST_F(RemoveJob, RemovesAChainOfOneResidue) {
+  folder.Write("m.pdb", FileOf({{"ATOM", "N", "ALA", "A", 1}, {"ATOM", "N", "ALA", "B", 1}}));
+  EXPECT_EQ(Run({"-i", "m.pdb", "--chains", "B"}),
+            "Read: m.pdb\n"
+            "Removing chains:\n"
+            " Chain B: 1 residues are removed.\n"
+            "Write PDB: m-remove.pdb\n");
+}
+
 TEST_F(RemoveJob, RemovesWatersBeforeChainsWhateverTheOrderOfTheOptions) {
   folder.Write("m.pdb", FileOf(kMixture));
   EXPECT_EQ(Run({"--Hs", "--chains", "A", "-i", "m.pdb", "--waters"}),

@@ -229,6 +229,10 @@ TEST(TextFileWriter, KeepsEverythingAcrossItsBlocks) {
   ExpectSameLines(actual, expected);
 }
 
+TEST(TextFileWriter, WritesASingleCharacter) {
+  EXPECT_EQ(Written([](TextFileWriter& out) { out.Text("x"); }), "x");
+}
+
 TEST(TextFileWriter, TakesATextThatIsLargerThanABlock) {
   std::string text(5'000'000, 'x');
   for (std::size_t i = 0; i < text.size(); i += 97) text[i] = '\n';

@@ -140,6 +140,9 @@ TEST(udgcd, OfTwoOppositePathsTheFirstStays) {
   // A path with two twins comes twice.
   EXPECT_EQ(udgcd::RemoveOppositePairs(Paths{{1, 2, 3, 1}, {1, 3, 2, 1}, {1, 3, 2, 1}}),
             (Paths{{1, 2, 3, 1}, {1, 2, 3, 1}}));
+  // A path that has been taken for a twin looks for none itself.
+  EXPECT_EQ(udgcd::RemoveOppositePairs(Paths{{1, 2, 3, 1}, {1, 3, 2, 1}, {1, 2, 3, 1}}),
+            (Paths{{1, 2, 3, 1}}));
 }
 
 TEST(udgcd, TheNormalFormBeginsAtTheSmallestVertexAndGoesToTheSmallerNeighbour) {
