@@ -389,8 +389,11 @@ TEST(LoadEngineTopology, RefusesAFileThatWasExportedAlready) {
   const TemporaryFolder folder;
   const std::string own = folder.Write("own.psf", kOwnPSF);
   WriteEnginePSF(LoadEngineTopology(own), folder / "engine.psf");
-  EXPECT_THAT(MessageOf([&] { LoadEngineTopology(folder / "engine.psf"); }),
-              HasSubstr("has a section of donors"));
+  const std::string path = folder / "engine.psf";
+  EXPECT_EQ(MessageOf([&] { LoadEngineTopology(path); }),
+            "Error occurs: The PSF file \"" + path +
+                "\" has a section of donors, so ravelo did not write it, or it has been exported "
+                "before.");
 }
 
 TEST(TakeSegments, TakesTheChainOfEachAtom) {

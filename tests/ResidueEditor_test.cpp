@@ -125,28 +125,41 @@ TEST(ResidueEditor, TheCoreOfAPatchNamesTheSameAtomsToPlaceAgain) {
   EXPECT_GT(outcomes.good, 300);
 }
 
-TEST(ResidueEditor, ManyPatchesInOnePassGiveWhatOneAfterTheOtherGives) {
+// Patches by one editor, which carries out what it has behind those that `commits_behind` picks.
+template <typename CommitsBehind>
+void ExpectThatManyPatchesGiveWhatOneAfterTheOtherGives(unsigned seed,
+                                                        CommitsBehind commits_behind) {
   for (const bool with_topology : {false, true}) {
     Outcomes outcomes;
-    ForRandomMolecules(19, 200, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
+    ForRandomMolecules(seed, 200, 10, [&](RandomChemistry& random, const TopologyLibrary& library) {
       PDB molecule = random.Molecule(library);
       if (with_topology) random.AddTopology(molecule);
       // Few residues, so that some are patched more than once.
-      std::vector<std::pair<int, const TopologyLibrary::Residue*>> patches;
+      struct Step {
+        int residue;
+        const TopologyLibrary::Residue* patch;
+        bool commits;
+      };
+      std::vector<Step> steps;
       const int count = 1 + random.Below(5);
       for (int i = 0; i < count; ++i) {
-        patches.emplace_back(random.Below(molecule.numResidues), &RandomRecord(random, library));
+        const int residue = random.Below(molecule.numResidues);
+        const TopologyLibrary::Residue& patch = RandomRecord(random, library);
+        steps.push_back({residue, &patch, commits_behind(random)});
       }
       ExpectSame(
           molecule,
           [&](PlainPatching& plain) {
-            for (const auto& [residue, patch] : patches) {
-              plain.PatchResidue(residue, library.GetMasses(), *patch, with_topology);
+            for (const Step& step : steps) {
+              plain.PatchResidue(step.residue, library.GetMasses(), *step.patch, with_topology);
             }
           },
           [&](PDB& own) {
             ResidueEditor editor(own, library.GetMasses(), with_topology);
-            for (const auto& [residue, patch] : patches) editor.PatchResidue(residue, *patch);
+            for (const Step& step : steps) {
+              editor.PatchResidue(step.residue, *step.patch);
+              if (step.commits) editor.Commit();
+            }
             editor.Commit();
           },
           outcomes);
@@ -154,6 +167,15 @@ TEST(ResidueEditor, ManyPatchesInOnePassGiveWhatOneAfterTheOtherGives) {
     EXPECT_GT(outcomes.good, 400);
     EXPECT_GT(outcomes.failed, 400);
   }
+}
+
+TEST(ResidueEditor, ManyPatchesInOnePassGiveWhatOneAfterTheOtherGives) {
+  ExpectThatManyPatchesGiveWhatOneAfterTheOtherGives(19, [](RandomChemistry&) { return false; });
+}
+
+TEST(ResidueEditor, BeginsAnotherEditBehindEachCommit) {
+  ExpectThatManyPatchesGiveWhatOneAfterTheOtherGives(
+      28, [](RandomChemistry& random) { return random.Chance(60); });
 }
 
 TEST(ResidueEditor, CompletingAMoleculeInOnePassGivesWhatResidueByResidueGives) {
