@@ -168,6 +168,7 @@ TEST(ImageContacts, NoneAreGivenWhereTheyAreNoHelp) {
   EXPECT_FALSE(helps(kCube[0], kCube[0], Vec3D()));
   EXPECT_FALSE(helps(Vec3D(1e-9, 0, 0), kCube[1], kCube[2]));
   EXPECT_FALSE(helps(Vec3D(1e-300, 0, 0), Vec3D(), Vec3D()));
+  EXPECT_FALSE(helps(Vec3D(5e-3, 0, 0), Vec3D(0, 5e-3, 0), Vec3D(0, 0, 5e-3)));
   EXPECT_FALSE(helps(Vec3D(1e30, 0, 0), kCube[1], kCube[2]));
   // Atoms where numbers have too few digits.
   EXPECT_FALSE(ImageContacts::Find({Vec3D(1e8, 0, 0), Vec3D()}, radii, kCube).has_value());

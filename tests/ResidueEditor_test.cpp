@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <map>
 #include <optional>
@@ -339,6 +340,27 @@ TEST(ResidueEditor, IndicesThatNoMoleculeHasWrapAround) {
   editor.Commit();
   ASSERT_EQ(molecule.numAtoms, 3);
   EXPECT_EQ(AsLists(molecule.tmpImpropers), (Terms{{1, least, most, least}}));
+}
+
+TEST(ResidueEditor, ABondThatLeavesTheAtomsEndsTheRunAtTheFirstStepWhicheverItIs) {
+  const TopologyLibrary library = LibraryOf("PRES PA 0\nEND\n");
+  using Step = std::function<void(ResidueEditor&)>;
+  const Step patch = [&](ResidueEditor& editor) {
+    editor.PatchResidue(0, library.GetResidues().at("PA"));
+  };
+  const Step bond = [](ResidueEditor& editor) { editor.AddBond(0, 1); };
+  const Step rename = [](ResidueEditor& editor) { editor.RenameResidue(0, "GLY"); };
+  for (const Step& step : {patch, bond, rename}) {
+    PDB molecule = TwoAtoms();
+    molecule.tmpAtoms.resize(2);
+    molecule.tmpBonds.push_back({0, 7});
+    ResidueEditor editor(molecule, library.GetMasses(), true);
+    EXPECT_EQ(MessageOf([&] { step(editor); }),
+              "Error occurs: The bond 1-8 is wrong: there are atoms from 1 to 2 only.");
+    // Nobody reads the bonds without topology.
+    ResidueEditor without_topology(molecule, library.GetMasses(), false);
+    EXPECT_EQ(MessageOf([&] { rename(without_topology); }), "(the code returned)");
+  }
 }
 
 TEST(ResidueEditor, ATopologyOfAnotherNumberOfAtomsEndsTheRun) {
