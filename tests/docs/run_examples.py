@@ -90,7 +90,7 @@ def main():
     for document in runnable:
         good, bad = run_document(document, source, arguments.programs.resolve())
         passed, failed = passed + good, failed + bad
-    for document in [*runnable, source / "CONTRIBUTING.md", *source.glob("*/README.md")]:
+    for document in sorted({*runnable, source / "CONTRIBUTING.md", *source.glob("*/*.md")}):
         for problem in broken_links(document):
             broken += 1
             print(f"FAILED {document.relative_to(source)}: {problem}")
