@@ -29,6 +29,7 @@ namespace orvane {
 namespace {
 
 namespace fs = std::filesystem;
+using testing_support::OutputOf;
 using testing_support::RunInChild;
 using testing_support::SourceFolder;
 
@@ -401,6 +402,13 @@ TEST(AtomTyper, AnEmptyMoleculeHasNoTypes) {
   EXPECT_TRUE(Assigned(typer, std::vector<int>(), {}, Probabilities()).empty());
 }
 
+TEST(AtomTyper, ThereAreAsManyTypesAsRingClasses) {
+  const AtomTyper typer;
+  const Probabilities probabilities = {Ranked(typer, 6, {"CG331"}), Ranked(typer, 1, {"HGA3"})};
+  EXPECT_EQ(Assigned(typer, std::vector<int>{6, 1}, {0}, probabilities), Names{"CG331"});
+  EXPECT_TRUE(Assigned(typer, std::vector<int>{6, 1}, {}, probabilities).empty());
+}
+
 TEST(AtomTyper, AnAtomWithoutNetworkIsSeenByTheOthers) {
   const AtomTyper typer;
   const Molecule silane =
@@ -475,6 +483,40 @@ TEST(AtomTyper, OutputsThatAreAllClippedGiveEqualProbabilities) {
   EXPECT_EQ(SparseTypes(typer, methane), types);
 }
 
+TEST(AtomTyper, TheOutputsAreClippedBeforeTheyBecomeProbabilities) {
+  AtomTyper typer;
+  SetAllWeights(typer, 0.0, 0.0);
+  const Molecule phosphine = MoleculeOf({15, 1, 1, 1}, {0, 1, 0, 2, 0, 3});
+  Eigen::RowVectorXd& bias = typer.networks.at(15).back().bias;
+  bias << -1.0, 2.0, -3.0;
+  const double sum = std::exp(2.0) + 2.0;
+  const std::vector<double> expected = {1.0 / sum, std::exp(2.0) / sum, 1.0 / sum};
+  for (const auto& calc : {DenseProbabilities, SparseProbabilities}) {
+    ExpectNear({calc(typer, phosphine)[0]}, {expected}, 1e-15, "one output is above zero");
+  }
+  // Of outputs that are all below zero the first wins, not the highest.
+  bias << -3.0, -1.0, -2.0;
+  for (const auto& calc : {DenseProbabilities, SparseProbabilities}) {
+    EXPECT_EQ(calc(typer, phosphine)[0], std::vector<double>(3, 1.0 / 3.0));
+  }
+  EXPECT_EQ(DenseTypes(typer, phosphine)[0], "PG0");
+  EXPECT_EQ(SparseTypes(typer, phosphine)[0], "PG0");
+}
+
+TEST(AtomTyper, TheSumOfAProbabilityIsTakenInTheOrderOfTheTypes) {
+  AtomTyper typer;
+  SetAllWeights(typer, 0.0, 0.0);
+  const Molecule phosphine = MoleculeOf({15, 1, 1, 1}, {0, 1, 0, 2, 0, 3});
+  Eigen::RowVectorXd& bias = typer.networks.at(15).back().bias;
+  for (const auto& calc : {DenseProbabilities, SparseProbabilities}) {
+    // One exponential of -36.8 behind the 1 is lost, two in front of it are not.
+    bias << 36.8, 0.0, 0.0;
+    EXPECT_EQ(calc(typer, phosphine)[0][0], 1.0);
+    bias << 0.0, 0.0, 36.8;
+    EXPECT_LT(calc(typer, phosphine)[0][2], 1.0);
+  }
+}
+
 TEST(AtomTyper, ProbabilitiesThatAreLostBelowAForbiddenTypeAreEqual) {
   AtomTyper typer;
   SetAllWeights(typer, 0.0, 0.0);
@@ -491,6 +533,16 @@ TEST(AtomTyper, ProbabilitiesThatAreLostBelowAForbiddenTypeAreEqual) {
   bias(46) = 1e-300;
   EXPECT_EQ(DenseTypes(typer, kMethane)[0], "CG1T1");
   EXPECT_EQ(SparseTypes(typer, kMethane)[0], "CG1T1");
+}
+
+TEST(AtomTyper, ATypeIsPassedOverWithoutAWord) {
+  AtomTyper typer;
+  SetAllWeights(typer, 0.0, 0.0);
+  Eigen::RowVectorXd& bias = typer.networks.at(6).back().bias;
+  bias(45) = 1.0;  // CG331
+  bias(27) = 2.0;  // CG2R61, which is forbidden outside rings of six.
+  EXPECT_EQ(OutputOf([&] { EXPECT_EQ(SparseTypes(typer, kMethane)[0], "CG331"); }), "");
+  EXPECT_EQ(OutputOf([&] { EXPECT_EQ(DenseTypes(typer, kMethane)[0], "CG331"); }), "");
 }
 
 TEST(AtomTyper, ASmallNetworkGivesWhatPaperSays) {

@@ -113,6 +113,22 @@ TEST(CalcCenter, MultipliesTheSumByTheReciprocalOfTheCount) {
              {factor, 5.0 * factor, 9.0 * factor});
 }
 
+TEST(CalcCenter, AddsThePointsInTheirOrder) {
+  // Backwards the 1 would be lost.
+  const Vec3D points[3] = {{1e16, 1.0, 0.0}, {-1e16, 1e16, 0.0}, {1.0, -1e16, 0.0}};
+  ExpectSame(Geometry::CalcCenter(3, points, nullptr), {1.0 * (1.0 / 3), 0.0, 0.0});
+  const double weights[3] = {1.0, 1.0, 1.0};
+  ExpectSame(Geometry::CalcCenter(3, points, weights), {1.0 * (1.0 / 3), 0.0, 0.0});
+}
+
+TEST(CalcCenter, BeginsWithZero) {
+  // So the mean of negative zeros is positive.
+  const Vec3D point(-0.0, -0.0, -0.0);
+  const double weight = 1.0;
+  EXPECT_FALSE(std::signbit(Geometry::CalcCenter(1, &point, nullptr).x));
+  EXPECT_FALSE(std::signbit(Geometry::CalcCenter(1, &point, &weight).x));
+}
+
 TEST(CalcCenter, IsNoNumberWithoutPoints) {
   const Vec3D point(1.0, 2.0, 3.0);
   const double weight = 1.0;
@@ -368,6 +384,18 @@ Triple Difference(const Triple& a, const Triple& b) {
   return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
 }
 
+Triple DividedTriple(const Triple& a, double divisor) {
+  return {a[0] / divisor, a[1] / divisor, a[2] / divisor};
+}
+
+double DotTriple(const Triple& a, const Triple& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+double LengthOfTriple(const Triple& a) {
+  return std::sqrt(DotTriple(a, a));
+}
+
 TEST(CalcCoord, AddsItsTermsInAFixedOrder) {
   RandomPoints random(8);
   for (int round = 0; round < 2000; ++round) {
@@ -391,6 +419,91 @@ TEST(CalcCoord, AddsItsTermsInAFixedOrder) {
     Geometry::CalcCoord({a[0], a[1], a[2]}, {b[0], b[1], b[2]}, {c[0], c[1], c[2]}, length, angle,
                         dihedral, out);
     ASSERT_EQ(TripleOf(out), d);
+  }
+}
+
+TEST(CalcDihedral, TakesItsStepsInAFixedOrder) {
+  RandomPoints random(13);
+  for (int round = 0; round < 2000; ++round) {
+    const Vec3D points[4] = {random.Point(), random.Point(), random.Point(), random.Point()};
+    const Triple a = TripleOf(points[0]);
+    const Triple b = TripleOf(points[1]);
+    const Triple c = TripleOf(points[2]);
+    const Triple d = TripleOf(points[3]);
+    const Triple b1 = UnitTriple(Difference(b, a));
+    const Triple b2 = UnitTriple(Difference(c, b));
+    const Triple b3 = UnitTriple(Difference(d, c));
+    const Triple p = CrossTriple(b1, b2);
+    const Triple q = CrossTriple(b2, b3);
+    const Triple n1 = UnitTriple(p);
+    const Triple n2 = UnitTriple(q);
+    const Triple m = UnitTriple(CrossTriple(n2, b2));
+    const double expected = std::atan2(DotTriple(n1, m), DotTriple(n1, n2));
+    ASSERT_EQ(Geometry::CalcDihedral(points[0], points[1], points[2], points[3]), expected);
+
+    // Its derivatives divide, but for one factor.
+    const double r1 = LengthOfTriple(Difference(b, a));
+    const double r2 = LengthOfTriple(Difference(c, b));
+    const double r3 = LengthOfTriple(Difference(d, c));
+    const double cb = DotTriple(b1, b2);
+    const double cc = DotTriple(b2, b3);
+    const Triple grad0 = DividedTriple(p, (1 - cb * cb) * (-r1));
+    const Triple grad3 = DividedTriple(q, (1 - cc * cc) * r3);
+    Triple grad1;
+    Triple grad2;
+    for (std::size_t i = 0; i < 3; ++i) {
+      grad1[i] = (grad3[i] * (r3 * cc) - grad0[i] * (r1 * cb)) * (1.0 / r2) - grad0[i];
+      grad2[i] = ((0 - grad0[i]) - grad1[i]) - grad3[i];
+    }
+    Vec3D grad[4];
+    ASSERT_EQ(Geometry::CalcDihedralD1(points[0], points[1], points[2], points[3], grad), expected);
+    ASSERT_EQ(TripleOf(grad[0]), grad0);
+    ASSERT_EQ(TripleOf(grad[1]), grad1);
+    ASSERT_EQ(TripleOf(grad[2]), grad2);
+    ASSERT_EQ(TripleOf(grad[3]), grad3);
+  }
+}
+
+TEST(CalcAngle, TakesItsStepsInAFixedOrder) {
+  // Without derivatives the arms are multiplied by the reciprocals of their lengths, with them they
+  // are divided.
+  RandomPoints random(14);
+  for (int round = 0; round < 2000; ++round) {
+    const Vec3D points[3] = {random.Point(), random.Point(), random.Point()};
+    if (!AreSpread(points[0], points[1], points[2])) continue;
+    const Triple arm1 = Difference(TripleOf(points[0]), TripleOf(points[1]));
+    const Triple arm2 = Difference(TripleOf(points[2]), TripleOf(points[1]));
+    ASSERT_EQ(Geometry::CalcAngle(points[0], points[1], points[2]),
+              std::acos(DotTriple(UnitTriple(arm1), UnitTriple(arm2))));
+
+    const double r1 = LengthOfTriple(arm1);
+    const double r2 = LengthOfTriple(arm2);
+    const Triple u = DividedTriple(arm1, r1);
+    const Triple v = DividedTriple(arm2, r2);
+    const Triple n = UnitTriple(CrossTriple(u, v));
+    const Triple grad0 = DividedTriple(CrossTriple(u, n), r1);
+    const Triple grad2 = DividedTriple(CrossTriple(n, v), r2);
+    Triple grad1;
+    for (std::size_t i = 0; i < 3; ++i) grad1[i] = (0 - grad0[i]) - grad2[i];
+    Vec3D grad[3];
+    ASSERT_EQ(Geometry::CalcAngleD1(points[0], points[1], points[2], grad),
+              std::acos(DotTriple(u, v)));
+    ASSERT_EQ(TripleOf(grad[0]), grad0);
+    ASSERT_EQ(TripleOf(grad[1]), grad1);
+    ASSERT_EQ(TripleOf(grad[2]), grad2);
+  }
+}
+
+TEST(CalcLength, HasDerivativesThatAreDivided) {
+  RandomPoints random(15);
+  for (int round = 0; round < 500; ++round) {
+    const Vec3D a = random.Point();
+    const Vec3D b = random.Point();
+    const Triple r = Difference(TripleOf(a), TripleOf(b));
+    Vec3D grad[2];
+    ASSERT_EQ(Geometry::CalcLengthD1(a, b, grad), LengthOfTriple(r));
+    ASSERT_EQ(Geometry::CalcLength(a, b), LengthOfTriple(r));
+    ASSERT_EQ(TripleOf(grad[0]), DividedTriple(r, LengthOfTriple(r)));
   }
 }
 
@@ -480,6 +593,24 @@ TEST(CalcCoord, DividesEachComponentForTheThirdPoint) {
     ExpectThirdPoint(u, axis);
   }
   EXPECT_GT(compared, 200);
+}
+
+TEST(CalcCoord, DividesEachComponentForTheThirdPointAlongYAndAlongZToo) {
+  RandomPoints random(16);
+  int compared[3] = {0, 0, 0};
+  for (int i = 0; i < 4000; ++i) {
+    const double x = random.Number(-0.009, 0.009);
+    const double y = i % 2 == 0 ? random.Number(-0.009, 0.009) : random.Number(-0.9, 0.9);
+    const Vec3D u = Unit({x, y, random.Number(-1.0, 1.0)});
+    if (Length(u) != 1.0) continue;
+    const std::size_t axis = std::fabs(u.x) > 0.01 ? 0 : std::fabs(u.y) > 0.01 ? 1 : 2;
+    ++compared[axis];
+    Vec3D out;
+    Geometry::CalcCoord(u, Vec3D(), 1.3, 1.9, out);
+    ASSERT_EQ(TripleOf(out), ThirdPoint(u, axis, 1.3, 1.9));
+  }
+  EXPECT_GT(compared[1], 100);
+  EXPECT_GT(compared[2], 100);
 }
 
 TEST(Rotate, OnlyMovesWhenAllAnglesAreZero) {

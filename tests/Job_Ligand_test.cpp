@@ -122,6 +122,28 @@ TEST_F(LigandJob, NoBondOfTheSuperCellCrossesFromOneCellToTheNext) {
   EXPECT_TRUE(TopologyOf("x-sc.psf").GetBonds().empty());
 }
 
+TEST_F(LigandJob, NineNumbersAreThreeVectorsAndTheBlockGoesAlongEachByItsOwnNumber) {
+  folder.Write("m.xyz", "2\npair\nC 0 0 0\nCl 4 0 0\n");
+  const std::string out =
+      Run({"-i", "m.xyz", "-o", "x", "--pbc", "11 1 2 3 22 4 5 6 33", "--super-cells", "0 1 2"});
+  EXPECT_TRUE(
+      out.starts_with("Read: m.xyz\n"
+                      "PBC is provided:\n"
+                      "T1:     11.00000000      1.00000000      2.00000000\n"
+                      "T2:      3.00000000     22.00000000      4.00000000\n"
+                      "T3:      5.00000000      6.00000000     33.00000000\n"
+                      "Super cells: 0 1 2\n"
+                      "0 1 \n"))
+      << out;
+  const List coords = CoordsOf("x-sc.pdb");
+  ASSERT_EQ(coords.size(), 2u * 15u);
+  EXPECT_EQ(coords[0], "   0.000   0.000   0.000");
+  EXPECT_EQ(coords[2], " -13.000 -34.000 -70.000");
+  EXPECT_EQ(coords[4], "  -8.000 -28.000 -37.000");
+  EXPECT_EQ(coords.back(), "  17.000  34.000  70.000");
+  EXPECT_EQ(TopologyOf("x-sc.psf").GetAtoms().size(), 2u * 15u);
+}
+
 TEST_F(LigandJob, TheSuperCellRepeatsNamesAndTypesAndNumbersTheCells) {
   folder.Write("m.xyz", "3\nsplit\nC 0 0 0\nC 1.4 0 0\nCl 0 9 9\n");
   Run({"-i", "m.xyz", "-o", "x", "--pbc", "40 0 0 0 40 0 0 0 40", "--super-cells", "1 0 0"});

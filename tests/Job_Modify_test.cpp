@@ -286,6 +286,19 @@ TEST_F(ModifyJob, AModificationOfTheUserFitsAnyResidue) {
             "Error occurs: Patch any not found in topology library.");
 }
 
+TEST_F(ModifyJob, AModificationOfTheUserFitsResiduesOfEveryKind) {
+  // A nucleic acid, a water, an ion, and a ligand.
+  for (const std::string name : {"ADE", "HOH", "SOD", "LIG"}) {
+    SCOPED_TRACE(name);
+    Write("m.pdb", PdbLine("ATOM", 1, "CA", name, "A", 11, 1.0, 2.0, 3.0));
+    Write("m.psf", "PSF EXT\n\n0 !NTITLE\n\n1 !NATOM\n1 A 11 " + name +
+                       " CA CT 0 12 0\n\n0\n\n0\n\n0\n\n0\n\n0\n\n");
+    EXPECT_EQ(Modify({"--my-mod", "ANY 11A"}),
+              "Apply User-defined modification on residue " + name +
+                  "11 at chain A with patch ANY ... done.\n" + Written("0.75000"));
+  }
+}
+
 TEST_F(ModifyJob, AMissingPatchOfTheProgramEndsTheRun) {
   MakePeptide();
   std::string text = kLibrary;

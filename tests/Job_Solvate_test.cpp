@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "CmdArgs.h"
 #include "ComputationalGeometry.h"
+#include "Job.h"
 #include "JobTest.h"
 #include "PDB.h"
 #include "TestSupport.h"
@@ -15,6 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing_support::JobTest;
+using testing_support::LinkDataFolder;
+using testing_support::OutputOf;
 using testing_support::OutputOfMode;
 using testing_support::PdbLine;
 using testing_support::RunProgram;
@@ -209,6 +213,23 @@ TEST_F(SolvateJob, AMoveShiftsTheWaterAndNothingElse) {
   EXPECT_NEAR(molecule.atoms.back().Coord.x, center, 6.0);
 }
 
+TEST_F(SolvateJob, ACallerWithoutAMoveMovesNothing) {
+  // The command line always gives three numbers; the options of a caller can be empty.
+  LinkDataFolder();
+  CmdArgs args;
+  args.inFilename = folder / "m.pdb";
+  args.topFilename = folder / "m.psf";
+  args.outPrefix = folder / "x";
+  args.box = {2.0, 9.0, 9.0};
+  args.move.clear();
+  args.noAddIons = true;
+  const std::string out = OutputOf([&] { Job::DoSolvate(args); });
+  EXPECT_NE(out.find("\nCenter moved by: 0.000, 0.000, 0.000 Angstrom.\n"
+                     "0 water molecules are added.\n"),
+            std::string::npos)
+      << out;
+}
+
 TEST_F(SolvateJob, ACornerOfTheBoxIsTheFirstWatersPlace) {
   RunOnMolecule({"--box", "30 31 32"});
   const PDB molecule = MoleculeOf("x.pdb");
@@ -261,6 +282,27 @@ TEST_F(SolvateJob, TheTargetsAreMet) {
             std::string::npos)
       << out;
   EXPECT_TRUE(out.ends_with("\nTotal charge: -3.00000\n"));
+}
+
+TEST_F(SolvateJob, IonsGetTheBoxsEdgesAndStayInTheDroplet) {
+  // 11.4 ions in the volume of the box; that of a cube or of two equal edges gives other numbers.
+  WriteMolecule("0.000000");
+  const std::string out =
+      RunOnMolecule({"--box", "16 18 22", "--ionic-strength", "1.5", "--droplet"});
+  EXPECT_NE(out.find("\n5 cations and 5 anions are added.\n"
+                     "Final ionic strength: 1.310 mol/L\n"),
+            std::string::npos)
+      << out;
+  const PDB molecule = MoleculeOf("x.pdb");
+  Vec3D sum;
+  const int others = molecule.numAtoms - 10;
+  for (int i = 0; i < others; ++i) sum = sum + molecule.atoms[i].Coord;
+  const Vec3D center = sum * (1.0 / others);
+  for (int i = others; i < molecule.numAtoms; ++i) {
+    const Vec3D r = molecule.atoms[i].Coord - center;
+    // A little more, for the rounded coordinates.
+    EXPECT_LT(Length(Vec3D(r.x / 8.01, r.y / 9.01, r.z / 11.01)), 1.0);
+  }
 }
 
 TEST_F(SolvateJob, TheSameRunGivesTheSameFiles) {

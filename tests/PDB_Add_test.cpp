@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ComputationalGeometry.h"
@@ -77,6 +78,24 @@ TEST(PDB_Add, EveryResidueIsCompletedAndKeepsAtomsThatItsTemplateDoesNotKnow) {
   EXPECT_NEAR(Distance(molecule, 6, 8), 1.5, 1e-12);
   EXPECT_NEAR(Distance(molecule, 7, 6), 1.0, 1e-12);
   EXPECT_TRUE(molecule.tmpAtoms.empty());
+}
+
+TEST(PDB_Add, ResiduesOfEveryKindAreCompleted) {
+  const std::vector<std::pair<std::string, Residue::Type>> kinds = {{"ALA", Residue::AminoAcid},
+                                                                    {"ADE", Residue::NucleicAcid},
+                                                                    {"HOH", Residue::Water},
+                                                                    {"SOD", Residue::Ion},
+                                                                    {"LIG", Residue::Ligand}};
+  for (const auto& [name, type] : kinds) {
+    SCOPED_TRACE(name);
+    const TopologyLibrary library = LibraryOf(
+        "RESI " + name +
+        " 0\nATOM X T 0\nATOM Y T 0\nATOM Z T 0\nATOM H T 0\nIC X Y Z H 1 90 60 90 1\nEND\n");
+    PDB molecule = MoleculeOf({{name, "A", 1, {"X", "Y", "Z"}}});
+    ASSERT_EQ(molecule.residueTypes[0], type);
+    EXPECT_EQ(OutputOf([&] { molecule.AddMissingHydrogens(library); }), "");
+    EXPECT_EQ(molecule.atomNames, (Names{"X", "Y", "Z", "H"}));
+  }
 }
 
 TEST(PDB_Add, ATermThatReachesInFrontOfTheFirstResidueMeetsLengthAndAngle) {

@@ -322,6 +322,24 @@ TEST(PDBLoad, ReplacesTheAtomsOfAnEarlierMolecule) {
   EXPECT_EQ(molecule.atoms[0].Name, "N");
 }
 
+TEST(PDBLoad, TheReaderAloneFillsOnlyAtomsAndDescription) {
+  const TemporaryFolder folder;
+  PDB molecule;
+  molecule.filename = "earlier.pdb";
+  const std::string path =
+      folder.Write("in.pdb", With(With(kLine, 22, " "), 18, "HIS") + "\n" + kLine + "\n");
+  // No normal form, and no tables.
+  EXPECT_EQ(OutputOf([&] { molecule.LoadPDBFile(path); }), "");
+  ASSERT_EQ(molecule.atoms.size(), 2u);
+  EXPECT_EQ(molecule.atoms[0].ResName, "HIS");
+  EXPECT_EQ(molecule.atoms[0].ChainID, "");
+  EXPECT_EQ(molecule.filename, "earlier.pdb");
+  EXPECT_EQ(molecule.numAtoms, 0);
+  EXPECT_TRUE(molecule.atomNames.empty());
+  EXPECT_EQ(molecule.numResidues, 0);
+  EXPECT_TRUE(molecule.residueNames.empty());
+}
+
 TEST(PDBLoad, EndsTheRunWhereAFileCannotBeOpened) {
   const TemporaryFolder folder;
   const std::string path = folder / "missing.pdb";
@@ -640,6 +658,15 @@ TEST(XYZLoad, ReplacesTheAtomsOfAnEarlierMolecule) {
   molecule.LoadXYZFile(folder.Write("b.xyz", "1\n\nN 0 0 0\n"));
   ASSERT_EQ(molecule.atoms.size(), 1u);
   EXPECT_EQ(molecule.atoms[0].Name, "N");
+}
+
+TEST(XYZLoad, TheReaderAloneMakesNoTables) {
+  const PDB molecule = ReadXYZ("2\n\nC 0 0 0\nOXT 1 0 0\n");
+  EXPECT_EQ(molecule.atoms.size(), 2u);
+  EXPECT_EQ(molecule.filename, "");
+  EXPECT_TRUE(molecule.atomNames.empty());
+  EXPECT_EQ(molecule.numResidues, 0);
+  EXPECT_TRUE(molecule.residueNames.empty());
 }
 
 TEST(XYZLoad, LosesAtomsOfNamesThatTheNormalFormDrops) {

@@ -129,6 +129,14 @@ TEST(PDB_Patch, ATopologyThatIsNeededMustHaveBeenBuilt) {
             "topology.");
   molecule.PatchResidue(0, kMassTable, patch, false);
   EXPECT_EQ(molecule.atomNames, Names{"CA"});
+  // An atom that is not there comes after it.
+  PDB no_topology = MoleculeOf({{"ALA", "A", 4, {"N", "CA"}}});
+  const TopologyLibrary::Residue missing = Patch("DELETE ATOM HN\n");
+  EXPECT_EQ(MessageOf([&] { no_topology.PatchResidue(0, kMassTable, missing, true); }),
+            "Error occurs: Topology is not built. Please build topology first.");
+  EXPECT_EQ(MessageOf([&] { no_topology.PatchResidue(0, kMassTable, missing, false); }),
+            "Error occurs: Atom \"HN\" is missing in residue ALA4 at chain A and cannot be "
+            "deleted.");
 }
 
 TEST(PDB_Patch, AnAtomToDeleteMustBeThere) {
@@ -453,6 +461,15 @@ TEST(PDB_Patch, FindsTheEndsOfRunsOfAminoAcids) {
   ExpectTermini({"ALA", "HOH", "GLY", "ALA"}, {0, 2}, {0, 3});
   ExpectTermini({"ADE", "GUA", "THY"}, {}, {});
   ExpectTermini({"ADE", "ALA", "GLY", "GUA", "THY"}, {1}, {2});
+}
+
+TEST(PDB_Patch, ResiduesOfNoOtherKindMakeOrContinueARun) {
+  // A nucleic acid, a water, an ion, and a ligand.
+  for (const char* const other : {"ADE", "HOH", "SOD", "LIG"}) {
+    SCOPED_TRACE(other);
+    ExpectTermini({other, other}, {}, {});
+    ExpectTermini({other, "ALA", "GLY", other, "ALA", "GLY"}, {1, 4}, {2, 5});
+  }
 }
 
 TEST(PDB_Patch, TwoChainsInARowAreOneRun) {

@@ -271,10 +271,14 @@ TEST(PDB_BuildSuperCells, TheTopologyGoesOnDescribingOneCell) {
   molecule.tmpBonds.push_back({0, 1});
   molecule.topology.Build(molecule.tmpAtoms, molecule.tmpBonds, molecule.tmpImpropers,
                           molecule.tmpCmaps);
+  molecule.tmpImpropers.push_back({0, 1, 0, 1});
+  molecule.tmpCmaps.push_back({1, 0, 1, 0});
   molecule.BuildSuperCells(kT1, kT2, kT3, 1, 0, 0);
   EXPECT_EQ(molecule.numAtoms, 6);
   EXPECT_EQ(molecule.tmpAtoms.size(), 2u);
   EXPECT_EQ(molecule.tmpBonds.size(), 1u);
+  EXPECT_EQ(molecule.tmpImpropers.size(), 1u);
+  EXPECT_EQ(molecule.tmpCmaps.size(), 1u);
   EXPECT_EQ(molecule.topology.GetAtoms().size(), 2u);
 }
 

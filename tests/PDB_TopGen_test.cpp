@@ -163,6 +163,15 @@ TEST(PDB_TopGen, AnEmptyMoleculeGetsAnEmptyTopology) {
   EXPECT_TRUE(molecule.topology.GetAtoms().empty());
 }
 
+TEST(PDB_TopGen, AMoleculeThatHasLostItsAtomsLosesItsTopology) {
+  PDB molecule = GuessedFor(Methane());
+  molecule.atoms.clear();
+  molecule.Analyze();
+  molecule.GuessTopology();
+  EXPECT_TRUE(molecule.topology.GetAtoms().empty());
+  EXPECT_TRUE(molecule.topology.GetBonds().empty());
+}
+
 TEST(PDB_TopGen, ALoneAtomGetsTheFirstTypeOfItsElement) {
   EXPECT_EQ(TypesOf(GuessedFor({{"C", {}}})), (Strings{"CG1T1"}));
   EXPECT_EQ(TypesOf(GuessedFor({{"N", {}}})), (Strings{"NG1T1"}));
@@ -355,6 +364,23 @@ TEST(PDB_TopGen, CyclesComeAsPositionsOfAtoms) {
   }
   molecule.BuildCycles(cycles);
   EXPECT_EQ(cycles, (Lists{{0, 1, 2}, {2, 3, 4}}));
+}
+
+TEST(PDB_TopGen, CyclesAreLookedForInTheOrderOfTheBonds) {
+  // Naphthalene: the outer ring, whose chord is not seen, is only walked around where the bond 4-9
+  // comes behind the others of atom 4.
+  PDB molecule = MoleculeOf(std::vector<Placed>(10, Placed{"C", {}}));
+  const std::vector<int> sorted = {0, 1, 0, 9, 1, 2, 2, 3, 3, 4, 4,
+                                   5, 4, 9, 5, 6, 6, 7, 7, 8, 8, 9};
+  std::vector<std::vector<int>> cycles;
+  molecule.tmpBonds.assign_flat(std::vector<int>(sorted));
+  molecule.BuildCycles(cycles);
+  EXPECT_EQ(cycles,
+            (Lists{{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, {0, 1, 2, 3, 4, 9}, {4, 5, 6, 7, 8, 9}}));
+  // The same bonds from the last to the first.
+  molecule.tmpBonds.assign_flat(std::vector<int>(sorted.rbegin(), sorted.rend()));
+  molecule.BuildCycles(cycles);
+  EXPECT_EQ(cycles, (Lists{{0, 1, 2, 3, 4, 9}, {4, 5, 6, 7, 8, 9}}));
 }
 
 TEST(PDB_TopGen, BondsToldTwiceOrOfAnAtomWithItselfMakeNoCycle) {

@@ -42,6 +42,16 @@ TEST(PeriodicCell, RightAnglesGiveADiagonalCell) {
   EXPECT_EQ(cell.t3.z, 5.0);
 }
 
+TEST(PeriodicCell, WhatRoundingLeavesOfARightAngleStays) {
+  // It shows as -0.000 in the copies of an atom on an axis.
+  const double cosine = std::cos(90.0 * kDegree);
+  ASSERT_GT(cosine, 0.0);
+  const Cell cell = CellOf(3.0, 4.0, 5.0, 90.0, 90.0, 90.0);
+  EXPECT_EQ(cell.t2.x, 4.0 * cosine);
+  EXPECT_EQ(cell.t3.x, 5.0 * cosine);
+  EXPECT_GT(cell.t3.y, 0.0);
+}
+
 TEST(PeriodicCell, TheFirstVectorLiesAlongXAndTheSecondInThePlaneOfXAndY) {
   const Cell cell = CellOf(8.0, 9.5, 10.0, 85.0, 80.0, 100.0);
   EXPECT_EQ(cell.t1.y, 0.0);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cstdint>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -176,6 +178,29 @@ TEST(PeriodicTable, TheTablesAddUp) {
   EXPECT_NEAR(WeightedSum(PeriodicTable::NumCoreElectrons), 443562, 1e-6);
   EXPECT_NEAR(WeightedSum(PeriodicTable::ElementUFFRadii), 9542.815498122176, 1e-6);
   EXPECT_NEAR(WeightedSum(PeriodicTable::ElementBondiRadii), 4101.786001387443, 1e-6);
+}
+
+// A hash over the bits of a table's values. The UFF and Bondi radii carry digits beyond the
+// published ones, which a sum would not show.
+template <typename Value>
+std::uint64_t HashOf(const PeriodicTable::Array<Value>& table) {
+  std::uint64_t hash = 14695981039346656037u;
+  for (const Value value : table) {
+    hash = (hash ^ std::bit_cast<std::uint64_t>(static_cast<double>(value))) * 1099511628211u;
+  }
+  return hash;
+}
+
+TEST(PeriodicTable, TheTablesAreRightToTheLastDigit) {
+  EXPECT_EQ(HashOf(PeriodicTable::ElementCovalentRadii_I), 16163012532421867978u);
+  EXPECT_EQ(HashOf(PeriodicTable::ElementCovalentRadii_II), 1075732216891422930u);
+  EXPECT_EQ(HashOf(PeriodicTable::ElementCovalentRadii_III), 15186792029102081350u);
+  EXPECT_EQ(HashOf(PeriodicTable::ElementvanderWaalsRadii), 11398842750721293435u);
+  EXPECT_EQ(HashOf(PeriodicTable::Weights), 16179083865123422815u);
+  EXPECT_EQ(HashOf(PeriodicTable::Spin2p1), 18292089896960513767u);
+  EXPECT_EQ(HashOf(PeriodicTable::NumCoreElectrons), 3086248705097455335u);
+  EXPECT_EQ(HashOf(PeriodicTable::ElementUFFRadii), 12127058193233420952u);
+  EXPECT_EQ(HashOf(PeriodicTable::ElementBondiRadii), 9606208829274617254u);
 }
 
 TEST(PeriodicTable, TheListNamesItsSources) {

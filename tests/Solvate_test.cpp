@@ -22,9 +22,11 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing_support::Describe;
+using testing_support::LinkDataFolder;
 using testing_support::MessageOf;
 using testing_support::OutputOf;
 using testing_support::SourceFolder;
+using testing_support::TemporaryFolder;
 
 using Points = std::vector<Vec3D>;
 using Indices = std::vector<int>;
@@ -332,6 +334,27 @@ TEST_F(SolvateTest, ABoxNarrowerThanTheGridHoldsNoWaterButItsTermsAreMadeAnew) {
   }
 }
 
+TEST_F(SolvateTest, TermsOfAFileAreMadeAnewAlsoWhereNothingIsAdded) {
+  const TemporaryFolder folder;
+  // Two bonds without their angle.
+  const std::string psf = folder.Write("s.psf",
+                                       "PSF EXT\n\n 0\n\n 3\n 1 A 7 LIG C CT 0.0 12.0 0\n"
+                                       " 2 A 7 LIG C CT 0.0 12.0 0\n 3 A 7 LIG C CT 0.0 12.0 0\n"
+                                       "\n 2\n 1 2 2 3\n\n 0\n\n 0\n\n 0\n\n 0\n\n");
+  const auto molecule_of_file = [&] {
+    PDB molecule = SoluteOf({Vec3D(), Vec3D(1, 0, 0), Vec3D(2, 0, 0)});
+    molecule.LoadPSFFile(psf);
+    return molecule;
+  };
+  PDB without_water = molecule_of_file();
+  ASSERT_TRUE(without_water.GetTopology().GetAngles().empty());
+  EXPECT_EQ(Water(without_water, 2.0, 9.0, 9.0), 0);
+  EXPECT_EQ(without_water.GetTopology().GetAngles().flat(), (Indices{0, 1, 2}));
+  PDB without_ions = molecule_of_file();
+  EXPECT_EQ(Ions(without_ions, 20.0, 0, 0.0).cations, 0);
+  EXPECT_EQ(without_ions.GetTopology().GetAngles().flat(), (Indices{0, 1, 2}));
+}
+
 TEST_F(SolvateTest, TheFirstLayerLiesOnTheCorner) {
   PDB molecule = EmptyPlace();
   EXPECT_EQ(Water(molecule, 2.9, 2.9, 2.9), 1);
@@ -356,8 +379,7 @@ TEST_F(SolvateTest, NoPlaceLiesBeyondTheFarFaceOfTheBox) {
       std::srand(1);
       PDB molecule = EmptyPlace();
       const int count = Water(molecule, 2.9, 2.9, edge);
-      EXPECT_GE(count, steps - 1) << edge;
-      EXPECT_LE(count, steps) << edge;
+      EXPECT_EQ(count, static_cast<int>(edge / 2.9)) << edge;
       if (count == 0) continue;
       const double last = WaterCenters(2, molecule).back().z;
       EXPECT_NEAR(last, -edge / 2 + 2.9 * (count - 1), 1e-9) << edge;
@@ -373,6 +395,9 @@ TEST_F(SolvateTest, APlaceExactlyOnTheSurfaceOfADropletIsKept) {
   const Points centers = WaterCenters(2, molecule);
   ExpectNear(centers.at(0), Vec3D(-4.0, 0.0, 0.0));
   ExpectNear(centers.at(1), Vec3D(-1.1, 0.0, 0.0));
+  // Two terms too small to show are lost one after the other, and would not be lost together.
+  PDB sum = EmptyPlace();
+  EXPECT_EQ(Water(sum, 8.0, 5.80000005, 5.80000005, /*droplet=*/true), 2);
 }
 
 TEST_F(SolvateTest, OnlyPlacesOutsideADropletCostNoRandomNumbers) {
@@ -496,6 +521,28 @@ TEST_F(SolvateTest, TheResidueTablesAreLeftAsTheyAre) {
   EXPECT_EQ(molecule.numResidues, 1 + 8 + 1);
 }
 
+TEST_F(SolvateTest, TheTemplatesAreLeftAsTheyAre) {
+  const auto describe = [] {
+    std::string all;
+    for (const PDB* unit : {&Solvate::water_PDB, &Solvate::na_PDB, &Solvate::cl_PDB}) {
+      all += Describe(*unit);
+    }
+    return all;
+  };
+  const std::string before = describe();
+  const Points coords = Solvate::water_coords;
+  PDB molecule = EmptyPlace(1.0);
+  ASSERT_GT(Water(molecule, 9.0, 9.0, 9.0), 0);
+  Ions(molecule, 20.0, 0, 1.0);
+  EXPECT_TRUE(describe() == before);
+  ASSERT_EQ(Solvate::water_coords.size(), coords.size());
+  for (std::size_t i = 0; i < coords.size(); ++i) {
+    EXPECT_EQ(Solvate::water_coords[i].x, coords[i].x);
+    EXPECT_EQ(Solvate::water_coords[i].y, coords[i].y);
+    EXPECT_EQ(Solvate::water_coords[i].z, coords[i].z);
+  }
+}
+
 TEST_F(SolvateTest, TheTermsOfWaterFollowThoseOfTheMolecule) {
   PDB molecule = SoluteOf({Vec3D(1000, 0, 0), Vec3D(-1000, 0, 0), Vec3D(0, 1000, 0)});
   ASSERT_EQ(Water(molecule, 2.9, 2.9, 5.8), 2);
@@ -514,6 +561,20 @@ TEST_F(SolvateTest, ATargetThatIsTheChargeGivesPairsOnly) {
   EXPECT_EQ(ions.cations, 4);
   EXPECT_EQ(ions.anions, 4);
   EXPECT_DOUBLE_EQ(ions.ionic_strength, 8 / 8000.0 * 830.2695335869233);
+}
+
+TEST_F(SolvateTest, PairsAreCutOffAsTheNumbersComeOut) {
+  // Ionic strengths of whole numbers of pairs, some of which are less as computed.
+  int fewer = 0;
+  for (int n = 1; n <= 40; ++n) {
+    PDB molecule = EmptyPlace();
+    const double strength = 2 * n * 830.2695335869233 / 8000.0;
+    const int pairs = static_cast<int>((strength * 8000.0 / 830.2695335869233 - 0) * 0.5);
+    EXPECT_EQ(Ions(molecule, 20.0, 0, strength).cations, pairs) << n;
+    if (pairs < n) ++fewer;
+  }
+  EXPECT_GT(fewer, 0);
+  EXPECT_LT(fewer, 40);
 }
 
 TEST_F(SolvateTest, IonsThatNeutraliseCountTowardsTheIonicStrength) {
@@ -610,6 +671,14 @@ TEST_F(SolvateTest, AChargeThatIsNoWholeNumberEndsTheRun) {
 TEST_F(SolvateTest, AChargeNearAWholeNumberIsTakenForIt) {
   PDB molecule = EmptyPlace(-1.999991);
   EXPECT_EQ(Ions(molecule, 20.0, 0, 0.0).cations, 2);
+  // As far from it as is allowed, and a little further.
+  PDB at_limit = EmptyPlace(1e-5);
+  EXPECT_EQ(Ions(at_limit, 20.0, 0, 0.0).cations, 0);
+  EXPECT_EQ(MessageOf([] {
+              PDB beyond = EmptyPlace(std::nextafter(1e-5, 1.0));
+              Ions(beyond, 20.0, 0, 0.0);
+            }),
+            "Error occurs: The total charge is not an integer: 0.00001 (delta = 1.00000E-05)\n");
 }
 
 // What cannot be done.
@@ -767,6 +836,24 @@ TEST_F(SolvateTest, ATemplateWithTheTopologyOfAnotherMoleculeEndsTheRun) {
 }
 
 // The templates that the project ships.
+
+TEST_F(SolvateTest, InitializeReadsTheTemplatesAndReplacesTheCoordinates) {
+  LinkDataFolder();
+  Solvate::water_PDB = Solvate::na_PDB = Solvate::cl_PDB = PDB();
+  Solvate::na_coords.clear();
+  Solvate::cl_coords = {Vec3D(7, 7, 7)};
+  Solvate::Initialize();
+  const auto expect_template = [](const PDB& unit, const Points& coords, std::size_t atoms,
+                                  double charge) {
+    ASSERT_EQ(unit.atoms.size(), atoms);
+    EXPECT_EQ(unit.GetTopology().GetTotalCharge(), charge);
+    ASSERT_EQ(coords.size(), atoms);
+    for (std::size_t i = 0; i < atoms; ++i) ExpectNear(coords[i], unit.atoms[i].Coord);
+  };
+  expect_template(Solvate::water_PDB, Solvate::water_coords, 3, 0.0);
+  expect_template(Solvate::na_PDB, Solvate::na_coords, 1, 1.0);
+  expect_template(Solvate::cl_PDB, Solvate::cl_coords, 1, -1.0);
+}
 
 TEST_F(SolvateTest, TheTemplatesHaveTheFiguresOfTheForceField) {
   const Points& water = Solvate::water_coords;

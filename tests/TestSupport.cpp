@@ -12,6 +12,9 @@
 #include <iterator>
 #include <span>
 #include <sstream>
+#include <system_error>
+
+#include "RunStatus.h"
 
 namespace orvane::testing_support {
 
@@ -117,6 +120,13 @@ std::string ReadWhole(const std::filesystem::path& path) {
 
 std::filesystem::path SourceFolder() {
   return RAVELO_SOURCE_DIR;
+}
+
+void LinkDataFolder() {
+  std::error_code exists_already;
+  const std::filesystem::path link =
+      std::filesystem::path(RunStatus::GetProgramAbsolutePath()).parent_path();
+  std::filesystem::create_directory_symlink(SourceFolder() / "data", link, exists_already);
 }
 
 std::filesystem::path SharedFolder() {

@@ -68,6 +68,9 @@ std::string ReadWhole(const std::filesystem::path& path);
 /// The project's own root folder.
 std::filesystem::path SourceFolder();
 
+/// Lets the tests' own executable find the project's data folder, as the program's does.
+void LinkDataFolder();
+
 /// The folder of shared material beside the project; empty where there is none, so that a test can
 /// say GTEST_SKIP() << "...".
 std::filesystem::path SharedFolder();

@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <map>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "RunStatus.h"
@@ -15,18 +13,10 @@
 namespace orvane {
 namespace {
 
-namespace fs = std::filesystem;
+using testing_support::LinkDataFolder;
 using testing_support::MessageOf;
 using testing_support::OutputOf;
-using testing_support::SourceFolder;
 using testing_support::TemporaryFolder;
-
-// Lets the tests' own executable find the project's data folder, as the program's does.
-void LinkDataFolder() {
-  std::error_code exists_already;
-  const fs::path link = fs::path(RunStatus::GetProgramAbsolutePath()).parent_path();
-  fs::create_directory_symlink(SourceFolder() / "data", link, exists_already);
-}
 
 TEST(TopologyLibrary, IsEmptyAtFirst) {
   const TopologyLibrary library;

@@ -182,6 +182,8 @@ TEST(udgcd, BrokenPathsStopTheProgram) {
   };
   stops([] { udgcd::GetSortedTrimmed(Path{1, 2, 3}); }, "v_in.front() == v_in.back()");
   stops([] { udgcd::GetSortedTrimmed(Path{1, 1}); }, "v_in.size() > 2");
+  // Broken in both ways: the ends are looked at first.
+  stops([] { udgcd::GetSortedTrimmed(Path{1, 2}); }, "v_in.front() == v_in.back()");
   stops([] { udgcd::RemoveOppositePairs(Paths{}); }, "v_cycles.size()");
   stops([] { udgcd::RemoveIdentical(Paths{}); }, "v_cycles.size()");
   stops(
