@@ -98,9 +98,19 @@ TEST(CHARMMParameterFiles, HeadsAreKnownInAnyCaseAndTypesKeepTheirs) {
 }
 
 TEST(CHARMMParameterFiles, TheRestOfAHeadLineIsIgnored) {
-  const Params params = Parsed("BONDS of some atoms\nA B 1 2\nAngles A B 1.0 2.0\nA B C 3 4\n");
+  // Each rest would be a good line of the section that its head begins.
+  const Params params = Parsed(
+      "BONDS C D 5 6\nA B 1 2\n"
+      "Angles D E F 5 6\nA B C 3 4\n"
+      "DIHEDRALS E F G H 5 6 7\nA B C D 1 2 3\n"
+      "IMPROPER E F G H 5 0 7\nA B C D 1 0 3\n"
+      "NONBONDED E 0 5 6\nA 0 1 2\n");
+  EXPECT_TRUE(HasBond(params, "A", "B"));
   EXPECT_EQ(params.GetBondParams().size(), 1u);
   EXPECT_EQ(params.GetAngleParams().size(), 1u);
+  EXPECT_EQ(params.GetDihedralParams().size(), 1u);
+  EXPECT_EQ(params.GetImproperParams().size(), 1u);
+  EXPECT_EQ(params.GetLennardJonesParams().size(), 1u);
 }
 
 TEST(CHARMMParameterFiles, AHeadIsMatchedInFull) {
@@ -147,6 +157,15 @@ TEST(CHARMMParameterFiles, CommentsBlanksAndCarriageReturnsAreCut) {
   EXPECT_EQ(BondOf(params, "G", "H"), (Params::BondParam{7.0, 8.0}));
 }
 
+TEST(CHARMMParameterFiles, NothingButAnExclamationMarkBeginsAComment) {
+  const Params params = Parsed("BONDS\n*A B 1 2\n#C D 3 4\nE* F# 5 6\n\"G H\" 7 8\nI J 9 10 -\n");
+  EXPECT_EQ(params.GetBondParams().size(), 4u);
+  EXPECT_EQ(BondOf(params, "*A", "B"), (Params::BondParam{1.0, 2.0}));
+  EXPECT_EQ(BondOf(params, "#C", "D"), (Params::BondParam{3.0, 4.0}));
+  EXPECT_EQ(BondOf(params, "E*", "F#"), (Params::BondParam{5.0, 6.0}));
+  EXPECT_EQ(BondOf(params, "\"G", "H\""), (Params::BondParam{7.0, 8.0}));
+}
+
 TEST(CHARMMParameterFiles, NothingAfterEndIsRead) {
   const Params params = Parsed("BONDS\nA B 1 2\nend of it\nC D x y\nBONDS\nE F 3 4\n");
   EXPECT_EQ(params.GetBondParams().size(), 1u);
@@ -185,6 +204,13 @@ TEST(CHARMMParameterFiles, DihedralsOfTheSameTypesAddUp) {
   EXPECT_EQ(terms, (Terms{{1.0, 2, 180.0}, {0.5, 3, 0.0}}));
   ASSERT_TRUE(params.GetDihedralParam("D", "C", "B", "A", terms));
   EXPECT_EQ(terms, (Terms{{9.0, 1, 0.0}}));
+}
+
+TEST(CHARMMParameterFiles, EqualDihedralsAreAllKept) {
+  const Params params = Parsed("DIHEDRALS\nA B C D 1 2 3\nA B C D 1 2 3\nA B C D 4 2 3\n");
+  Terms terms;
+  ASSERT_TRUE(params.GetDihedralParam("A", "B", "C", "D", terms));
+  EXPECT_EQ(terms, (Terms{{1.0, 2, 3.0}, {1.0, 2, 3.0}, {4.0, 2, 3.0}}));
 }
 
 TEST(CHARMMParameterFiles, ImpropersIsNoHeadAndItsLinesJoinTheDihedrals) {
@@ -415,6 +441,16 @@ TEST(CHARMMParameterFiles, AnEmptyTypeFitsWildcardsAlone) {
   EXPECT_FALSE(HasBond(Parsed("BONDS\nA B 1 1\n"), "A", ""));
   EXPECT_TRUE(HasBond(Parsed("BONDS\nA X 1 1\n"), "A", ""));
   EXPECT_TRUE(HasBond(Parsed("BONDS\nX X 1 1\n"), "", ""));
+}
+
+TEST(CHARMMParameterFiles, TypesAreFoundInTheirOwnCaseOnly) {
+  const Params params = Parsed("BONDS\nCa b 1 2\nNONBONDED\nCa 0 1 2\n");
+  EXPECT_TRUE(HasBond(params, "Ca", "b"));
+  EXPECT_FALSE(HasBond(params, "CA", "B"));
+  Params::LennardJonesParam lj;
+  EXPECT_TRUE(params.GetLennardJonesParam("Ca", lj));
+  EXPECT_FALSE(params.GetLennardJonesParam("CA", lj));
+  EXPECT_FALSE(params.GetLennardJonesParam("ca", lj));
 }
 
 TEST(CHARMMParameterFiles, AnEntryIsTakenWholeAndReplacesTheResult) {

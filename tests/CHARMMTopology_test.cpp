@@ -319,6 +319,10 @@ TEST(CHARMMTopology, ASecondHeaderInTheLinesOfARecordOverwritesNameAndCharge) {
   EXPECT_EQ(record.atom_names, Words{"N"});
 }
 
+TEST(CHARMMTopology, ASecondHeaderOfAResidueMakesItNoPatch) {
+  EXPECT_FALSE(CHARMMTopology::ParseResidue({"PRES GLY 2", "RESI ALA 1"}).is_patch);
+}
+
 TEST(CHARMMTopology, AFileThatCannotBeOpenedEndsTheRun) {
   EXPECT_EQ(MessageOf([] {
               Contents contents;
@@ -400,6 +404,11 @@ TEST(CHARMMTopology, WhatABadLineFollowsIsStillWarnedOf) {
   EXPECT_EQ(MessageFor("RESI ALA 0\nIC HA CA C O 1 2 3 4 5\nATOM\nEND\n"),
             kOneHydrogen +
                 ResidueMessage("ATOM", "There should be 3 items: atom name, atom type, charge."));
+}
+
+TEST(CHARMMTopology, ABadNumberOfATermEndsTheRunBeforeItsWarning) {
+  EXPECT_EQ(MessageFor("RESI ALA 0\nIC HA CA C O 1 2 x 4 5\nEND\n"),
+            ResidueMessage("IC HA CA C O 1 2 X 4 5", "The coordinate should be a real number."));
 }
 
 // The reader as one would write it first: a walk by index with a flag, which visits a line that

@@ -471,6 +471,21 @@ TEST(CmdArgs, AcceptsZeroForTheIonicStrength) {
   EXPECT_EQ(Shown({"check", "--ionic-strength", "-0"}, strength), "-0");
 }
 
+TEST(CmdArgs, HasTheDoubleNearestToOneHundredthForTheIonicStrength) {
+  const auto is_exact = [](const CmdArgs& args) {
+    return PrintToString(args.ionicStrength == 0.01);
+  };
+  EXPECT_EQ(Shown({"check"}, is_exact), "true");
+}
+
+TEST(CmdArgs, KeepsBlanksAroundAValue) {
+  EXPECT_EQ(Shown({"check", "-i", " m.pdb "}, [](const CmdArgs& args) { return args.inFilename; }),
+            " m.pdb ");
+  EXPECT_TRUE(
+      Ravelo({"check", "--charge", " x "})
+          .out.starts_with("Error occurs: The charge should be an integer but not \" x \".\n"));
+}
+
 TEST(CmdArgs, AcceptsSixOrNineNumbersForTheLattice) {
   const auto pbc = [](const CmdArgs& args) { return PrintToString(args.pbc); };
   EXPECT_EQ(Shown({"check", "--pbc", "1 2 3 4 5 6"}, pbc), "{ 1, 2, 3, 4, 5, 6 }");

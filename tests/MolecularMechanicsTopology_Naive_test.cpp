@@ -111,6 +111,15 @@ TEST(MolecularMechanicsTopology_Naive, AtomsOfUnknownTypesKeepWhatTheyHave) {
     EXPECT_EQ(topology.GetAtoms()[i].lj_sigma, 0.0);
   }
   EXPECT_EQ(topology.GetAtoms()[1].charge, 0.09);
+
+  std::vector<MolecularMechanicsTopology::Atom> atoms(1);
+  atoms[0].type = "X";
+  atoms[0].lj_epsilon = 2.0;
+  atoms[0].lj_sigma = 3.0;
+  topology.Build(atoms, TermList(2), TermList(4), TermList(4));
+  topology.AssignParams();
+  EXPECT_EQ(topology.GetAtoms()[0].lj_epsilon, 2.0);
+  EXPECT_EQ(topology.GetAtoms()[0].lj_sigma, 3.0);
 }
 
 TEST(MolecularMechanicsTopology_Naive, AssigningLeavesTheTermsAlone) {

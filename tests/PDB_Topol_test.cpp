@@ -214,6 +214,8 @@ TEST(PDB_Topol, TermsOfOneResidueReplaceTheList) {
   molecule.BuildTopologyTerms(0, 4, {{"O", "N", "CA", "C"}, {"O", "CA", "N", "O"}}, resolved);
   EXPECT_EQ(resolved.degree(), 4);
   EXPECT_EQ(AsLists(resolved), (Lists{{2, 1, 0, 3}, {3, 0, 1, 3}}));
+  molecule.BuildTopologyTerms(0, 4, {{"N", "CA", "C", "O"}}, resolved);
+  EXPECT_EQ(resolved.size(), 1u);
   EXPECT_EQ(MessageOf([&] { molecule.BuildTopologyTerms(0, 3, {}, resolved); }),
             "Error occurs: The number of degrees of freedom must be 2 or 4.");
 }
@@ -313,6 +315,10 @@ TEST(PDB_Topol, TheAtomsTakeOverWhatTheTopologySays) {
   EXPECT_EQ(hetero, (std::vector<bool>{true, false, false, true, true}));
   EXPECT_EQ(molecule.residueNames, (std::vector<std::string>{"TIP", "ALA", "DA"}));
   EXPECT_EQ(molecule.residueLastAtoms, (std::vector<int>{0, 1, 4}));
+
+  for (PDB::Atom& atom : molecule.atoms) atom.IsHetero = false;
+  molecule.ApplyTopology();
+  for (const PDB::Atom& atom : atoms) EXPECT_FALSE(atom.IsHetero) << atom.Name;
 }
 
 TEST(PDB_Topol, ATopologyOfAnotherSizeIsTakenOverAsFarAsItGoes) {

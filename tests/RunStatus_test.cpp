@@ -80,5 +80,24 @@ TEST(RunStatus, ALinkToTheProgramDoesNotLookForDataBesideItself) {
                 file + "\nError occurs: Cannot open file \"" + file + "\".");
 }
 
+TEST(RunStatus, FindsTheDataOfAProgramFarDownInFolders) {
+  const TemporaryFolder folder;
+  // The system takes paths of less than 4096 characters.
+  std::string far_down = fs::canonical(folder.path()).string();
+  while (far_down.size() < 3500) far_down += "/" + std::string(200, 'd');
+  fs::create_directories(far_down);
+  fs::copy_file(RAVELO_PROGRAM, far_down + "/ravelo");
+  folder.Write("empty.pdb", "END\n");
+  const RunResult result =
+      RunProgram(far_down + "/ravelo", {"topol", "-i", "empty.pdb"}, folder.path());
+  EXPECT_EQ(result.status, 0);
+  const std::string file = far_down + "/data/top_all36_prot.rtf";
+  EXPECT_EQ(WithoutPlace(result.out),
+            "Read: empty.pdb\n"
+            "Building topology library ...\n"
+            " Load topology: " +
+                file + "\nError occurs: Cannot open file \"" + file + "\".");
+}
+
 }  // namespace
 }  // namespace orvane
