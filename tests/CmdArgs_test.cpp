@@ -455,6 +455,15 @@ TEST(CmdArgs, TakesTheGivenPrefix) {
   EXPECT_EQ(Shown({"check", "--in", "a.pdb", "--out="}, Prefix), "");
 }
 
+TEST(CmdArgs, KeepsBlanksOfNames) {
+  const auto names = [](const CmdArgs& args) {
+    return args.inFilename + "|" + args.outPrefix + "|" + args.topFilename;
+  };
+  EXPECT_EQ(Shown({"check", "-i", " a b.pdb ", "-o", " c ", "-t", " d\t"}, names),
+            " a b.pdb | c | d\t");
+  EXPECT_EQ(Shown({"check", "-i", " a b.pdb "}, names), " a b.pdb | a b-check|");
+}
+
 TEST(CmdArgs, HasNoPrefixWithoutAnInput) {
   EXPECT_EQ(Shown({"check"}, Prefix), "");
   EXPECT_EQ(Shown({"check", "--in="}, Prefix), "");
@@ -476,14 +485,6 @@ TEST(CmdArgs, HasTheDoubleNearestToOneHundredthForTheIonicStrength) {
     return PrintToString(args.ionicStrength == 0.01);
   };
   EXPECT_EQ(Shown({"check"}, is_exact), "true");
-}
-
-TEST(CmdArgs, KeepsBlanksAroundAValue) {
-  EXPECT_EQ(Shown({"check", "-i", " m.pdb "}, [](const CmdArgs& args) { return args.inFilename; }),
-            " m.pdb ");
-  EXPECT_TRUE(
-      Ravelo({"check", "--charge", " x "})
-          .out.starts_with("Error occurs: The charge should be an integer but not \" x \".\n"));
 }
 
 TEST(CmdArgs, AcceptsSixOrNineNumbersForTheLattice) {
@@ -592,6 +593,15 @@ TEST(CmdArgsMessages, AskForARealNumberAsIonicStrength) {
             "Error occurs: The ionic strength should be a real number but not \"much\".\n");
   EXPECT_EQ(MessageFor({"check", "--ionic-strength="}),
             "Error occurs: The ionic strength should be a real number but not \"\".\n");
+}
+
+TEST(CmdArgsMessages, QuoteSingleValuesWithTheirBlanks) {
+  EXPECT_EQ(MessageFor({"check", "--del-atom", " x "}),
+            "Error occurs: The atom index should be an integer but not \" x \".\n");
+  EXPECT_EQ(MessageFor({"check", "--charge", " x\t"}),
+            "Error occurs: The charge should be an integer but not \" x\t\".\n");
+  EXPECT_EQ(MessageFor({"check", "--ionic-strength", "  "}),
+            "Error occurs: The ionic strength should be a real number but not \"  \".\n");
 }
 
 TEST(CmdArgsMessages, AskForAnIonicStrengthThatIsNotNegative) {
