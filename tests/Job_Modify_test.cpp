@@ -264,14 +264,19 @@ TEST_F(ModifyJob, AppliesTheModificationsInTheirOwnOrder) {
 
 TEST_F(ModifyJob, AModificationOfAnotherResidueNamesThoseItKnows) {
   MakePeptide();
-  EXPECT_EQ(Modify({"--mml", "13A"}),
-            "Apply Mono-Methyl-Lysine (MML) on residue ARG13 at chain A\n"
-            "Error occurs: Residue ARG is not supported for Mono-Methyl-Lysine (MML). Supported "
-            "residues: LYS.");
-  EXPECT_EQ(Modify({"--sdma", "12A"}),
-            "Apply Symmetric Di-Methyl-Arginine (SDMA) on residue LYS12 at chain A\n"
-            "Error occurs: Residue LYS is not supported for Symmetric Di-Methyl-Arginine (SDMA). "
-            "Supported residues: ARG.");
+  const auto expect_refused = [&](const char* option, const char* label, const std::string& site,
+                                  const std::string& residue, const char* supported) {
+    EXPECT_EQ(Modify({option, site + "A"}),
+              std::string("Apply ") + label + " on residue " + residue + site +
+                  " at chain A\nError occurs: Residue " + residue + " is not supported for " +
+                  label + ". Supported residues: " + supported + ".");
+  };
+  expect_refused("--mml", "Mono-Methyl-Lysine (MML)", "13", "ARG", "LYS");
+  expect_refused("--dml", "Di-Methyl-Lysine (DML)", "13", "ARG", "LYS");
+  expect_refused("--tml", "Tri-Methyl-Lysine (TML)", "13", "ARG", "LYS");
+  expect_refused("--mma", "Mono-Methyl-Arginine (MMA)", "12", "LYS", "ARG");
+  expect_refused("--adma", "Asymmetric Di-Methyl-Arginine (ADMA)", "12", "LYS", "ARG");
+  expect_refused("--sdma", "Symmetric Di-Methyl-Arginine (SDMA)", "12", "LYS", "ARG");
 }
 
 TEST_F(ModifyJob, AModificationOfTheUserFitsAnyResidue) {

@@ -239,6 +239,14 @@ TEST(MolecularMechanicsTopology_Naive, AStraightAngleIsThatOfTheGeometry) {
                    "      0.00000000 ! Guess"}));
 }
 
+// Multiplying by a quotient would give ...319.
+TEST(MolecularMechanicsTopology_Naive, RadiansAreMultipliedBeforeTheyAreDivided) {
+  const std::vector<Vec3D> coords = {{-7.21, -4.62, 0.0}, {0.0, 0.0, 0.0}, {0.32, -2.45, 0.0}};
+  EXPECT_EQ(SectionOf(FileOf(ChainOf({"Q", "Q", "Q"}), coords), "ANGLES"),
+            (Lines{"      Q       Q       Q     50.00000000     64.79060320      0.00000000"
+                   "      0.00000000 ! Guess"}));
+}
+
 TEST(MolecularMechanicsTopology_Naive, APhaseOfAtomsInALineIsNoNumber) {
   const std::vector<Vec3D> coords = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}};
   const Lines lines = SectionOf(FileOf(ChainOf({"Q", "Q", "Q", "Q"}), coords), "DIHEDRALS");
