@@ -197,6 +197,14 @@ TEST_F(LigandJob, SixNumbersAreLengthsAndAngles) {
       << out;
 }
 
+TEST_F(LigandJob, RightAnglesLeaveNoNegativeZero) {
+  folder.Write("m.xyz", kSplit);
+  EXPECT_NE(Run({"-i", "m.xyz", "-o", "x", "--pbc", "20 20 20 90 90 90"})
+                .find("T2:      0.00000000     20.00000000      0.00000000\n"
+                      "T3:      0.00000000      0.00000000     20.00000000\n"),
+            std::string::npos);
+}
+
 TEST_F(LigandJob, AnglesThatNoCellHasAreNotComplainedOf) {
   folder.Write("m.xyz", kSplit);
   const std::string out = Run({"-i", "m.xyz", "-o", "x", "--pbc", "10 10 10 150 30 30"});
