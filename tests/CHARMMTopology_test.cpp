@@ -310,6 +310,13 @@ TEST(CHARMMTopology, WarnsOfALoneLeadingHydrogenWithTheNameThatIsKnownByThen) {
   EXPECT_EQ(contents.residues.at("").ics.size(), 1u);
 }
 
+TEST(CHARMMTopology, APrefixInFrontOfAHydrogenKeepsTheWarningAway) {
+  // Only the first character counts, and it is not an H.
+  const Contents contents =
+      ContentsOf("RESI ALA 0\nIC +HN CA C O 1 2 3 4 5\nIC -HA CA C O 1 2 3 4 5\nEND\n");
+  EXPECT_EQ(contents.residues.at("ALA").ics.size(), 2u);
+}
+
 TEST(CHARMMTopology, ASecondHeaderInTheLinesOfARecordOverwritesNameAndCharge) {
   const Record record =
       CHARMMTopology::ParseResidue({"RESI ALA 1", "ATOM N T 0", "", "  ", "PRES GLY 2"});

@@ -321,6 +321,18 @@ TEST_F(TopolJob, AGlycineAtTheHeadOfAChainGetsItsOwnPatch) {
                 End("in-topol", "1.00000"));
 }
 
+TEST_F(TopolJob, OnlyTheWholeNameOfGlycineCounts) {
+  Write("in.pdb", AtomLine("N", "GLU", "A", 1) + AtomLine("CA", "GLU", "A", 1) +
+                      AtomLine("N", "GLU", "A", 2) + AtomLine("CA", "GLU", "A", 2));
+  Write("c.rtf",
+        "RESI GLU 0\nATOM N NT 0\nATOM CA CT 0\nPRES NTER 2\nATOM N N3 2\nPRES CTER 0\n\nEND\n");
+  EXPECT_EQ(Run({"-i", "in.pdb", "--add-rtfs", "c.rtf"}),
+            Begin("in.pdb", " Load additional topology: c.rtf\n") + kCompletedAndBuilt +
+                "Patching N-terminus in residue GLU1 at chain A.\n"
+                "Patching C-terminus in residue GLU2 at chain A.\n" +
+                End("in-topol", "2.00000"));
+}
+
 TEST_F(TopolJob, AProlineAtTheHeadOfAChainGetsThePatchOfAllOthers) {
   Write("in.pdb", AtomLine("N", "PRO", "A", 1) + AtomLine("CA", "PRO", "A", 1) +
                       AtomLine("N", "PRO", "A", 2) + AtomLine("CA", "PRO", "A", 2));
