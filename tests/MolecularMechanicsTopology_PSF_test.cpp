@@ -359,7 +359,7 @@ TEST(PSFLoad, ReplacesWhatTheTopologyHeld) {
   EXPECT_TRUE(topology.GetDihedrals().empty());
   EXPECT_TRUE(topology.GetImpropers().empty());
   EXPECT_TRUE(topology.GetCmaps().empty());
-  // Nothing is derived from bonds of before.
+  // Also where the lists of before were still to be derived: the file has bonds without angles.
   topology = TopologyOf(std::vector<Topology::Atom>(5), {{0, 1}, {1, 2}});
   topology.LoadFromPSF(folder.Write("bonds.psf", kHead + "2\n1 2 2 3\n\n" + kFourEmpty));
   EXPECT_TRUE(topology.GetAngles().empty());
